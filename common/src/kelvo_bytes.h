@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Loads, stores and byte swaps. Fields of a message may lie at any address, so nothing else in the
+// library touches message bytes: every access is a copy that the compiler turns into one
+// instruction.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace kelvo {
+
+using i32 = std::int32_t;
+using u8 = std::uint8_t;
+using u16 = std::uint16_t;
+using u32 = std::uint32_t;
+using u64 = std::uint64_t;
+
+[[nodiscard]] inline u32 load32(const void* at) noexcept {
+    u32 word;
+    std::memcpy(&word, at, sizeof word);
+    return word;
+}
+
+inline void store32(void* at, u32 word) noexcept {
+    std::memcpy(at, &word, sizeof word);
+}
+
+[[nodiscard]] inline u64 load64(const void* at) noexcept {
+    u64 word;
+    std::memcpy(&word, at, sizeof word);
+    return word;
+}
+
+inline void store64(void* at, u64 word) noexcept {
+    std::memcpy(at, &word, sizeof word);
+}
+
+[[nodiscard]] constexpr u32 swap32(u32 word) noexcept {
+    return __builtin_bswap32(word);
+}
+
+/// Host order to network order and back; one routine, since reversing bytes is its own inverse.
+[[nodiscard]] constexpr u32 network32(u32 word) noexcept {
+    return std::endian::native == std::endian::big ? word : swap32(word);
+}
+
+/// Converts the word at `at` between host and network order.
+inline void convert32(void* at) noexcept {
+    store32(at, network32(load32(at)));
+}
+
+/// Fill after a variable-length piece, so that the next field starts at a multiple of 8.
+[[nodiscard]] constexpr u32 pad8(u32 length) noexcept {
+    return (0U - length) & 7U;
+}
+
+/// A length with its fill, exact for every length.
+[[nodiscard]] constexpr u64 padded8(u32 length) noexcept {
+    return u64{length} + pad8(length);
+}
+
+}  // namespace kelvo

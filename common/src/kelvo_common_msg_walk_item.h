@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The walks over item requests, one for all byte orders.
+#pragma once
+
+#include "kelvo_assert.h"
+#include "kelvo_common_msg_item.h"
+#include "kelvo_wire.h"
+
+namespace kelvo::wire {
+
+/// Where the walks over item requests hand out what they find.
+struct ItemOut {
+    char** path;
+    u32* type;
+    void** value;
+    u32* value_length;
+    u32* argument;
+};
+
+/// The two words at 40 and 44, which are converted before anything is tested.
+inline constexpr u32 kItemLeadingWords = 40;
+static_assert(kItemLeadingWords == offsetof(kelvo_msg_item_request, reserved));
+static_assert(kItemLeadingWords == offsetof(kelvo_msg_item_verify, type));
+
+/// Item get. A converting reader stops the process on a wrong count, and looks at the count of a
+/// message that is too short to have one; both are meant.
+template <class Order>
+[[nodiscard]] Status walk_item_get(Order order, void* message, u64 length, char** path,
+                                   u32* argument) {
+    const auto require_one_name = [](u32 count) {
+        KELVO_ASSERT_AT(count == 1, "castmsg->nameset->count == 1",
+                        "common/src/kelvo_common_msg_interpret_endian", __LINE__,
+                        "kelvo_common_msg_get_interpret_endian_ntoh");
+    };
+    auto* const msg = static_cast<u8*>(message);
+    fixed_words(order, msg + kItemLeadingWords, 2);
+
+    Cursor in(order, msg, length);
+    if (const Status st = in.skip(offsetof(kelvo_msg_item_request, names))) {
+        if constexpr (Order::kConverts) {
+            require_one_name(order.read(msg + offsetof(kelvo_msg_item_request, names)));
+        }
+        return st;
+    }
+    u32 count;
+    u32 type;
+    char* text;
+    if (const Status st = in.cell(&count)) return st;
+    if constexpr (Order::kConverts) require_one_name(count);
+    if (count != 1) return KELVO_ERR_MSG_CONTENT;
+    if (const Status st = in.cell(&type)) return st;
+    if (type != KELVO_VALUE_NONE) return KELVO_ERR_MSG_CONTENT;
+    if (const Status st = in.text(&text)) return st;
+    if (const Status st = in.end()) return st;
+
+    *path = text;
+    *argument = order.read(msg + offsetof(kelvo_msg_item_request, argument));
+    return 0;
+}
+
+enum class ItemRequest { set, create, remove };
+
+/// Item set, create and delete. Only create looks at the value type, and only after every length.
+template <ItemRequest kRequest, class Order>
+[[nodiscard]] Status walk_item_change(Order order, void* message, u64 length, const ItemOut& out) {
+    auto* const msg = static_cast<u8*>(message);
+    fixed_words(order, msg + kItemLeadingWords, 2);
+
+    Cursor in(order, msg, length);
+    u32 count;
+    u32 type;
+    char* path;
+    u8* value;
+    u32 value_length;
+    if (const Status st = in.skip(offsetof(kelvo_msg_item_request, names))) return st;
+    if (const Status st = in.cell(&count)) return st;
+    if (count != 1) return KELVO_ERR_MSG_CONTENT;
+    if (const Status st = in.cell(&type)) return st;
+    if (const Status st = in.text(&path)) return st;
+    if (const Status st = in.value(&value, &value_length)) return st;
+    if (const Status st = in.end()) return st;
+    if (kRequest == ItemRequest::create && type == KELVO_VALUE_NONE) {
+        return KELVO_ERR_BAD_VALUE_TYPE;
+    }
+    if (value_length != 0) order.value(type, value);
+
+    *out.path = path;
+    *out.type = type;
+    *out.value = kRequest == ItemRequest::remove && value_length == 0 ? nullptr : value;
+    *out.value_length = value_length;
+    *out.argument = order.read(msg + offsetof(kelvo_msg_item_request, argument));
+    return 0;
+}
+
+/// Item verify.
+template <class Order>
+[[nodiscard]] Status walk_item_verify(Order order, void* message, u64 length, const ItemOut& out) {
+    auto* const msg = static_cast<u8*>(message);
+    fixed_words(order, msg + kItemLeadingWords, 2);
+
+    Cursor in(order, msg, length);
+    char* path;
+    u8* value;
+    u32 value_length;
+    if (const Status st = in.skip(offsetof(kelvo_msg_item_verify, path))) return st;
+    if (const Status st = in.text(&path)) return st;
+    if (const Status st = in.value(&value, &value_length)) return st;
+    if (const Status st = in.end()) return st;
+    const u32 type = order.read(msg + offsetof(kelvo_msg_item_verify, type));
+    if (value_length != 0) order.value(type, value);
+
+    *out.path = path;
+    *out.type = type;
+    *out.value = value;
+    *out.value_length = value_length;
+    *out.argument = order.read(msg + offsetof(kelvo_msg_item_verify, argument));
+    return 0;
+}
+
+}  // namespace kelvo::wire

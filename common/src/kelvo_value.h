@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Conversion of typed values between byte orders.
+#pragma once
+
+#include <array>
+
+#include "kelvo_bytes.h"
+#include "kelvo_common_msg.h"
+
+namespace kelvo {
+
+/// Bytes that conversion reverses for a value type; 0 for a type that travels as it is.
+[[nodiscard]] constexpr u32 value_width(u32 type) noexcept {
+    constexpr std::array<u8, 14> kWidths = {0, 4, 8, 0, 0, 0, 0, 0, 0, 0, 2, 2, 4, 8};
+    return type < kWidths.size() ? kWidths[type] : 0;
+}
+
+/// Converts the leading bytes of a value from `source` to `destination`, which may be the same. A
+/// longer value keeps its other bytes; a shorter one is the caller's error and is not checked.
+/// @return 1 when it converted; 0, with nothing written, for a null pointer or a type that is not
+///         an integer
+inline u32 convert_value(u32 type, void* destination, const void* source) noexcept {
+    if (destination == nullptr || source == nullptr) return 0;
+    const u32 width = value_width(type);
+    if (width == 0) return 0;
+    if constexpr (std::endian::native == std::endian::big) {
+        std::memmove(destination, source, width);
+        return 1;
+    }
+    u8 bytes[8];
+    std::memcpy(bytes, source, width);
+    auto* out = static_cast<u8*>(destination);
+    for (u32 i = 0; i < width; ++i) out[i] = bytes[width - 1 - i];
+    return 1;
+}
+
+}  // namespace kelvo

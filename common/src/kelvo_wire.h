@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The wire: byte-order policies, the cursor over a received message, the gather list of a sent one.
+//
+// Each message is walked by one template over a byte-order policy. A policy says what happens to a
+// word when a walk arrives at it and when it has passed its tests:
+//
+//                    arrive            depart            fixed
+//   HostOrder        -                 -                 -            reads a message in host order
+//   FromNetwork      convert           -                 convert      receives from the network
+//   ToNetwork        -                 convert           convert      prepares to send
+//
+// "fixed" are the words of a fixed part that a walk converts as a block without testing them.
+// A policy is an object and all reads go through it, so that one may also watch a walk.
+//
+// The cursor is the only place that compares lengths with what is left. It subtracts before it
+// compares, in 64 bits, and does not move when a test fails.
+#pragma once
+
+#include <initializer_list>
+
+#include "kelvo_bytes.h"
+#include "kelvo_common_msg.h"
+#include "kelvo_value.h"
+
+namespace kelvo::wire {
+
+using Status = kelvo_status;
+
+/// Size of a length cell on the wire.
+inline constexpr u32 kCellBytes = sizeof(kelvo_length_cell);
+
+/// Length of a received message as the walks take it. A negative one is too short for anything.
+[[nodiscard]] constexpr u64 received(i32 length) noexcept {
+    return length < 0 ? 0 : static_cast<u64>(length);
+}
+
+struct HostOrder {
+    static constexpr bool kConverts = false;
+    static void arrive(u8*) noexcept {}
+    static void depart(u8*) noexcept {}
+    static void fixed(u8*) noexcept {}
+    static void value(u32, u8*) noexcept {}
+    [[nodiscard]] static u32 read(const u8* at) noexcept { return load32(at); }
+};
+
+struct FromNetwork {
+    static constexpr bool kConverts = true;
+    static void arrive(u8* at) noexcept { convert32(at); }
+    static void depart(u8*) noexcept {}
+    static void fixed(u8* at) noexcept { convert32(at); }
+    static void value(u32 type, u8* at) noexcept { convert_value(type, at, at); }
+    [[nodiscard]] static u32 read(const u8* at) noexcept { return load32(at); }
+};
+
+struct ToNetwork {
+    static constexpr bool kConverts = true;
+    static void arrive(u8*) noexcept {}
+    static void depart(u8* at) noexcept { convert32(at); }
+    static void fixed(u8* at) noexcept { convert32(at); }
+    static void value(u32 type, u8* at) noexcept { convert_value(type, at, at); }
+    [[nodiscard]] static u32 read(const u8* at) noexcept { return load32(at); }
+};
+
+/// Converts `count` adjacent words of a fixed part.
+template <class Order>
+void fixed_words(Order& order, u8* first, u32 count) noexcept {
+    for (u32 i = 0; i < count; ++i) order.fixed(first + 4 * std::size_t{i});
+}
+
+/// When a converting walk touches a length cell: once there is room for the cell, or before. The
+/// second reads up to four bytes past a message that ends there; which messages do so is part of
+/// the protocol, and their headers say how large the buffer must be.
+enum class Cell { after_room, before_room };
+
+/// Position in a received message and the bytes left from there. The position is 64 bits wide on
+/// purpose: no sum of two lengths can wrap.
+template <class Order>
+class Cursor {
+  public:
+    Cursor(Order& order, u8* message, u64 length) noexcept
+        : order_(order), at_(message), left_(length) {}
+
+    /// Passes over the fixed part.
+    [[nodiscard]] Status skip(u64 bytes) noexcept {
+        if (left_ < bytes) return KELVO_ERR_MSG_LENGTH;
+        advance(bytes);
+        return 0;
+    }
+
+    /// A cell that holds a count or a type.
+    [[nodiscard]] Status cell(u32* word) noexcept {
+        if (left_ < kCellBytes) return KELVO_ERR_MSG_LENGTH;
+        order_.arrive(at_);
+        *word = order_.read(at_);
+        order_.depart(at_);
+        advance(kCellBytes);
+        return 0;
+    }
+
+    /// A counted string. Four tests in this order: room for the cell, room for the text, a text
+    /// that is there and ends in NUL, room for the fill.
+    [[nodiscard]] Status text(char** text, Cell touch = Cell::after_room) noexcept {
+        if (touch == Cell::before_room) order_.arrive(at_);
+        if (left_ < kCellBytes) return KELVO_ERR_MSG_LENGTH;
+        if (touch == Cell::after_room) order_.arrive(at_);
+        const u32 length = order_.read(at_);
+        if (left_ - kCellBytes < length) return KELVO_ERR_MSG_LENGTH;
+        if (length == 0 || at_[kCellBytes + u64{length} - 1] != 0) return KELVO_ERR_MSG_CONTENT;
+        if (left_ - kCellBytes < padded8(length)) return KELVO_ERR_MSG_LENGTH;
+        order_.depart(at_);
+        *text = reinterpret_cast<char*>(at_ + kCellBytes);
+        advance(kCellBytes + padded8(length));
+        return 0;
+    }
+
+    /// A counted value, which may be empty: room for the cell, room for value and fill.
+    [[nodiscard]] Status value(u8** value, u32* length) noexcept {
+        if (left_ < kCellBytes) return KELVO_ERR_MSG_LENGTH;
+        order_.arrive(at_);
+        const u32 n = order_.read(at_);
+        if (left_ - kCellBytes < padded8(n)) return KELVO_ERR_MSG_LENGTH;
+        order_.depart(at_);
+        *value = at_ + kCellBytes;
+        *length = n;
+        advance(kCellBytes + padded8(n));
+        return 0;
+    }
+
+    /// A message that demands its exact length has nothing left here.
+    [[nodiscard]] Status end() const noexcept { return left_ == 0 ? 0 : KELVO_ERR_MSG_LENGTH; }
+
+    [[nodiscard]] u8* at() const noexcept { return at_; }
+    [[nodiscard]] u64 left() const noexcept { return left_; }
+
+  private:
+    void advance(u64 bytes) noexcept {
+        at_ += bytes;
+        left_ -= bytes;
+    }
+
+    Order& order_;
+    u8* at_;
+    u64 left_;
+};
+
+/// Fields of a message to be sent: in network order, or left in host order.
+struct SendNetwork {
+    static void store(void* at, u32 word) noexcept { store32(at, network32(word)); }
+};
+struct SendHost {
+    static void store(void* at, u32 word) noexcept { store32(at, word); }
+};
+
+/// Stores the message type. Header fields other than the type are not touched, and it is not
+/// converted.
+inline void start_message(u8* message, u32 type) noexcept {
+    store32(message + offsetof(kelvo_msg_header, type), type);
+}
+
+/// Stores adjacent words of a fixed part.
+template <class Order = SendNetwork>
+void send_words(u8* first, std::initializer_list<u32> words) noexcept {
+    for (const u32 word : words) {
+        Order::store(first, word);
+        first += 4;
+    }
+}
+
+/// The gather list of a message, filled slot by slot in wire order.
+template <class Order = SendNetwork>
+class Gather {
+  public:
+    explicit Gather(kelvo_slot* first) noexcept : slot_(first) {}
+
+    void block(const void* base, u64 length) noexcept { *slot_++ = {base, length}; }
+
+    /// A length cell of the caller's, whose second half travels as the caller left it.
+    void cell(u32* cell, u32 word) noexcept {
+        Order::store(cell, word);
+        block(cell, kCellBytes);
+    }
+
+    /// A counted string in three slots: cell, text with its NUL, fill.
+    void text(u32* length_cell, const char* text) noexcept {
+        const u32 length = static_cast<u32>(std::strlen(text) + 1);
+        counted(length_cell, text, length);
+    }
+
+    /// A counted piece in three slots: cell, bytes, fill.
+    void counted(u32* length_cell, const void* bytes, u32 length) noexcept {
+        cell(length_cell, length);
+        block(bytes, length);
+        block(kelvo_alignment, pad8(length));
+    }
+
+  private:
+    kelvo_slot* slot_;
+};
+
+}  // namespace kelvo::wire

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "platform/failing_memory.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+// The allocator underneath: the C library's, or a sanitizer's.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KELVO_UNDERLYING(name) __interceptor_##name
+#else
+#define KELVO_UNDERLYING(name) __libc_##name
+#endif
+
+extern "C" {
+void* KELVO_UNDERLYING(malloc)(std::size_t size);
+void* KELVO_UNDERLYING(calloc)(std::size_t count, std::size_t size);
+void* KELVO_UNDERLYING(realloc)(void* block, std::size_t size);
+void KELVO_UNDERLYING(free)(void* block);
+}
+
+namespace {
+
+struct State {
+    bool armed;
+    std::size_t first;
+    std::size_t count;
+    std::size_t allocations;
+    std::size_t bytes;
+    long outstanding;
+};
+
+thread_local constinit State state{};
+
+/// Counts an allocation. @return whether it is to fail
+bool refuse(std::size_t size) {
+    if (!state.armed) return false;
+    const std::size_t number = state.allocations++;
+    state.bytes += size;
+    if (number < state.first || number - state.first >= state.count) return false;
+    errno = ENOMEM;
+    return true;
+}
+
+void* counted(void* block) {
+    if (state.armed && block != nullptr) ++state.outstanding;
+    return block;
+}
+
+}  // namespace
+
+namespace kelvo::test {
+
+FailingMemory::FailingMemory(std::size_t first, std::size_t count) {
+    state = {true, first, count, 0, 0, 0};
+}
+
+FailingMemory::~FailingMemory() {
+    state.armed = false;
+}
+std::size_t FailingMemory::allocations() {
+    return state.allocations;
+}
+long FailingMemory::outstanding() {
+    return state.outstanding;
+}
+std::size_t FailingMemory::bytes() {
+    return state.bytes;
+}
+
+}  // namespace kelvo::test
+
+extern "C" {
+
+void* malloc(std::size_t size) noexcept {
+    return refuse(size) ? nullptr : counted(KELVO_UNDERLYING(malloc)(size));
+}
+
+void* calloc(std::size_t count, std::size_t size) noexcept {
+    return refuse(count * size) ? nullptr : counted(KELVO_UNDERLYING(calloc)(count, size));
+}
+
+void* realloc(void* block, std::size_t size) noexcept {
+    if (refuse(size)) return nullptr;
+    void* const moved = KELVO_UNDERLYING(realloc)(block, size);
+    return block == nullptr ? counted(moved) : moved;
+}
+
+void free(void* block) noexcept {
+    if (state.armed && block != nullptr) --state.outstanding;
+    KELVO_UNDERLYING(free)(block);
+}
+
+}  // extern "C"

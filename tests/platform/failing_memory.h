@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// An allocator that fails when it is told to. Linking this object into a test program defines
+// malloc(), calloc(), realloc() and free() there, for the library too. Only calls of the thread
+// that armed it count.
+#pragma once
+
+#include <cstddef>
+
+namespace kelvo::test {
+
+/// While one of these exists, this thread's allocations are counted, and those asked for fail.
+class FailingMemory {
+  public:
+    static constexpr std::size_t kNever = static_cast<std::size_t>(-1);
+
+    /// Counts only.
+    FailingMemory() : FailingMemory(kNever, kNever) {}
+
+    /// The allocations from number `first` on fail, `count` of them (counted from 0).
+    explicit FailingMemory(std::size_t first, std::size_t count = 1);
+    ~FailingMemory();
+    FailingMemory(const FailingMemory&) = delete;
+    FailingMemory& operator=(const FailingMemory&) = delete;
+
+    /// Allocations asked for so far, the failed ones included.
+    [[nodiscard]] static std::size_t allocations();
+    /// Blocks allocated and not yet freed since construction.
+    [[nodiscard]] static long outstanding();
+    /// Bytes asked for so far.
+    [[nodiscard]] static std::size_t bytes();
+};
+
+}  // namespace kelvo::test
