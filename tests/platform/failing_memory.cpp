@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 // The allocator underneath: the C library's, or a sanitizer's.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -57,6 +58,12 @@ FailingMemory::FailingMemory(std::size_t first, std::size_t count) {
 FailingMemory::~FailingMemory() {
     state.armed = false;
 }
+FailingMemory::Pause::Pause() : was_armed_(std::exchange(state.armed, false)) {}
+
+FailingMemory::Pause::~Pause() {
+    state.armed = was_armed_;
+}
+
 std::size_t FailingMemory::allocations() {
     return state.allocations;
 }

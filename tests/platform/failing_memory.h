@@ -23,6 +23,19 @@ class FailingMemory {
     FailingMemory(const FailingMemory&) = delete;
     FailingMemory& operator=(const FailingMemory&) = delete;
 
+    /// While one of these exists, the thread's allocations neither count nor fail: for what a
+    /// test's own machinery allocates meanwhile.
+    class Pause {
+      public:
+        Pause();
+        ~Pause();
+        Pause(const Pause&) = delete;
+        Pause& operator=(const Pause&) = delete;
+
+      private:
+        bool was_armed_;
+    };
+
     /// Allocations asked for so far, the failed ones included.
     [[nodiscard]] static std::size_t allocations();
     /// Blocks allocated and not yet freed since construction.

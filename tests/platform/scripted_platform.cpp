@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/scripted_platform.h"
 
+#include "platform/failing_memory.h"
+
 #include <unistd.h>
 
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 namespace kelvo::test {
 
@@ -113,9 +116,16 @@ Platform& platform() {
 
 namespace {
 
-void record_call(const std::string& line) {
+using Pause = FailingMemory::Pause;
+
+/// Adds a line made of its parts to the calls.
+template <class... Parts>
+void record_call(const Parts&... parts) {
+    const Pause pause;
+    std::ostringstream line;
+    (line << ... << parts);
     const std::lock_guard lock(platform().mutex);
-    platform().calls.push_back(line);
+    platform().calls.push_back(line.str());
 }
 
 }  // namespace
@@ -123,10 +133,12 @@ void record_call(const std::string& line) {
 }  // namespace kelvo::test
 
 using kelvo::test::formatted;
+using kelvo::test::Pause;
 using kelvo::test::platform;
 using kelvo::test::record_call;
 
 void qor_errmsg(const qor_msg_rec* record, int severity, ...) {
+    const Pause pause;
     va_list arguments;
     va_start(arguments, severity);
     const std::string text = formatted(record->format, arguments);
@@ -179,7 +191,7 @@ kelvo_status ifdb_bind(void** connection) {
 
 kelvo_status ifname_to_location(void* connection, const char* name, uint32_t* nodeid,
                                 kelvo_status* reported) {
-    record_call(std::string("ifname_to_location ") + name);
+    record_call("ifname_to_location ", name);
     return platform().locate(connection, name, nodeid, reported);
 }
 
@@ -189,42 +201,45 @@ uint32_t procmgr_get_job_id(void) {
 
 kelvo_status procmgr_spawn_script(const char* script, const char* arguments,
                                   const procmgr_spawn_params* params) {
-    record_call(std::string("procmgr_spawn_script ") + script + " " + arguments + " limit " +
-                std::to_string(params->time_limit_seconds));
+    record_call("procmgr_spawn_script ", script, " ", arguments, " limit ",
+                params->time_limit_seconds);
     return platform().spawn_script(script, arguments, params);
 }
 
 int spawn_process(const char* name, char* const arguments[], const int descriptors[3]) {
-    std::string line = std::string("spawn_process ") + name;
-    for (int i = 0; arguments[i] != nullptr; ++i) line += std::string(" ") + arguments[i];
-    record_call(line);
+    {
+        const Pause pause;
+        std::string line;
+        for (int i = 1; arguments[i] != nullptr; ++i) line.append(" ").append(arguments[i]);
+        record_call("spawn_process ", name, line);
+    }
     return platform().spawn(name, arguments, descriptors);
 }
 
 const char* platform_get_boot_media(uint32_t which) {
-    record_call("platform_get_boot_media " + std::to_string(which));
+    record_call("platform_get_boot_media ", which);
     return platform().boot_media(which);
 }
 
 kelvo_status platform_debug_init_event(platform_debug_context* context,
                                        platform_debug_context* table, uint32_t index,
                                        uint32_t level, const char* name, uint32_t value) {
-    record_call("platform_debug_init_event " + std::to_string(index) + " " + std::to_string(level) +
-                " " + name + " " + std::to_string(value));
+    record_call("platform_debug_init_event ", index, " ", level, " ", name, " ", value);
     return platform().debug_init_event(context, table, index, level, name, value);
 }
 
 kelvo_status platform_debug_register(platform_debug_context* table, const char* path) {
-    record_call(std::string("platform_debug_register ") + path);
+    record_call("platform_debug_register ", path);
     return platform().debug_register(table, path);
 }
 
 kelvo_status platform_debug_cleanup(const char* path) {
-    record_call(std::string("platform_debug_cleanup ") + path);
+    record_call("platform_debug_cleanup ", path);
     return platform().debug_cleanup(path);
 }
 
 void debug_print(const char* format, ...) {
+    const Pause pause;
     va_list arguments;
     va_start(arguments, format);
     const std::string text = formatted(format, arguments);
@@ -234,6 +249,7 @@ void debug_print(const char* format, ...) {
 }
 
 void platform_trace_record(void* /*trace*/, const char* format, ...) {
+    const Pause pause;
     va_list arguments;
     va_start(arguments, format);
     const std::string text = formatted(format, arguments);
@@ -243,7 +259,7 @@ void platform_trace_record(void* /*trace*/, const char* format, ...) {
 }
 
 void thread_mark_mutex_block(pthread_mutex_t* /*mutex*/, const char* where, uint32_t /*line*/) {
-    record_call(std::string("thread_mark_mutex_block ") + where);
+    record_call("thread_mark_mutex_block ", where);
 }
 
 void thread_unmark_mutex_block(void) {
@@ -265,8 +281,7 @@ char* buf_strncpy(char* destination, const char* source, size_t size) {
 }
 
 kelvo_status replica_build_msg_headers(uint32_t size, uint32_t replica_arg, uint8_t** buffer) {
-    record_call("replica_build_msg_headers " + std::to_string(size) + " " +
-                std::to_string(replica_arg));
+    record_call("replica_build_msg_headers ", size, " ", replica_arg);
     return platform().build_replica(size, replica_arg, buffer);
 }
 
