@@ -281,11 +281,16 @@ TEST_F(MemoryDump, AFailedSpawnIsLoggedAndTheOtherToolStillRuns) {
     EXPECT_EQ(seconds_slept, 3U);
 }
 
-TEST_F(MemoryDump, ANameThatDoesNotFitIsCutAndHarmless) {
-    media_ = std::string(400, 'x');
+TEST_F(MemoryDump, ANameThatDoesNotFitIsCutToTheBuffer) {
+    const std::string directory = media_;
+    while (media_.size() < 245) media_ += "./";
     show_system_mem_status();
+    media_ = directory;
     EXPECT_EQ(platform().calls.size(), 3U);
-    media_ = "/nonexistent";
+    const auto names = files();
+    ASSERT_EQ(names.size(), 1U) << "both names are cut to the same 255 characters";
+    EXPECT_EQ(names[0], std::string("RKTmz40263_").substr(0, names[0].size()));
+    EXPECT_TRUE(names[0].size() == 9 || names[0].size() == 10) << names[0];
 }
 
 struct ValueRow {
