@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Paths whose components may be regular expressions. All matching is done one component at a time,
-// so that a component never matches across a "/".
+// Paths whose components may be regular expressions. A pattern is an array with one element per
+// component; a path and a pattern are walked side by side. All matching is done one component at a
+// time, so that a component never matches across a "/".
 #include "kelvo_util_path.h"
 
 #include "kelvo_bytes.h"
 #include "kelvo_report.h"
+#include "kelvo_text.h"
 
-namespace kelvo {
+using namespace kelvo;
+
 namespace {
 
 constexpr bool is_digit(char c) {
@@ -16,23 +19,177 @@ constexpr bool is_digit(char c) {
 
 /// The first character that makes a text a regular expression, or the text's end.
 const char* find_syntax(const char* text, bool dot_is_special) {
-    const char* const always = dot_is_special ? "(*+?[\\|{." : "(*+?[\\|{";
-    text += std::strcspn(text, always);
-    while (*text == '{' && !is_digit(text[1])) {
-        ++text;
-        text += std::strcspn(text, always);
+    const char* const candidates = dot_is_special ? "(*+?[\\|{." : "(*+?[\\|{";
+    for (;; ++text) {
+        text += std::strcspn(text, candidates);
+        if (*text != '{' || is_digit(text[1])) return text;
     }
-    return text;
+}
+
+bool holds_syntax(const char* text, bool dot_is_special) {
+    return *find_syntax(text, dot_is_special) != '\0';
+}
+
+bool ends_in_slash(const char* text) {
+    const std::size_t chars = std::strlen(text);
+    return chars != 0 && text[chars - 1] == '/';
+}
+
+/// Components of a path that is not empty: a "/" that ends the path begins no further one.
+std::size_t count_components(const char* path) {
+    std::size_t count = 0;
+    for (; *path != '\0'; path += component_chars(path)) ++count;
+    return count;
+}
+
+/// A buffer that grows to what the longest component needs and is released in the end.
+class Scratch {
+  public:
+    Scratch() = default;
+    ~Scratch() { std::free(buffer_); }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+
+    /// At least `size` bytes, or null without memory.
+    char* room(std::size_t size) {
+        if (size <= size_) return buffer_;
+        auto* const grown = static_cast<char*>(std::realloc(buffer_, size));
+        if (grown == nullptr) return nullptr;
+        buffer_ = grown;
+        size_ = size;
+        return buffer_;
+    }
+
+  private:
+    char* buffer_ = nullptr;
+    std::size_t size_ = 0;
+};
+
+/// What the anchors, groups and NUL of an expression add to its component, at most.
+constexpr std::size_t kExpressionExtra = sizeof "^(()/)$" - 1;
+constexpr int kFlags = KELVO_REGEX_EXTENDED | KELVO_REGEX_NOSUB;
+
+/// Writes the expression that matches whole components: "ab*/" becomes "^((ab*)/)$".
+void write_expression(char* out, const char* component) {
+    const std::size_t chars = std::strlen(component);
+    const bool slash = component[chars - 1] == '/';
+    out = static_cast<char*>(mempcpy(out, "^((", 3));
+    out = static_cast<char*>(mempcpy(out, component, slash ? chars - 1 : chars));
+    std::strcpy(out, slash ? ")/)$" : "))$");
+}
+
+/// Fills a cleared element with the component at the start of `path`.
+kelvo_status fill(kelvo_path_pattern* element, const char* path, bool dot_is_special,
+                  Scratch& scratch) {
+    const std::size_t chars = component_chars(path);
+    element->text = copy_text(path, chars);
+    if (element->text == nullptr) return KELVO_ERR_NO_MEMORY;
+    if (!holds_syntax(element->text, dot_is_special)) return 0;
+
+    char* const expression = scratch.room(chars + kExpressionExtra);
+    if (expression == nullptr) return KELVO_ERR_NO_MEMORY;
+    write_expression(expression, element->text);
+    if (kelvo_regcomp(&element->compiled, expression, kFlags) != 0) return KELVO_ERR_BAD_REGEXP;
+    element->is_regexp = 1;
+    return 0;
+}
+
+/// Fills a cleared array, one element per component. The last element that was begun is marked as
+/// the last one, so that what was built before a failure can be released like a whole pattern.
+kelvo_status fill_all(kelvo_path_pattern* element, const char* path, bool dot_is_special) {
+    Scratch scratch;
+    for (;; ++element) {
+        const kelvo_status status = fill(element, path, dot_is_special, scratch);
+        path += component_chars(path);
+        if (status != 0 || *path == '\0') {
+            element->is_last = 1;
+            return status;
+        }
+    }
+}
+
+bool component_matches(const char* component, const kelvo_path_pattern& element) {
+    if (element.is_regexp == 0) return std::strcmp(component, element.text) == 0;
+    if (ends_in_slash(component) && !ends_in_slash(element.text)) return false;
+    return kelvo_regexec(&element.compiled, component, 0, nullptr, 0) == 0;
+}
+
+/// Matches until the path or the pattern ends.
+bool path_matches(char* path, const kelvo_path_pattern* element) {
+    ComponentWalk walk(path);
+    while (const char* component = walk.next()) {
+        if (!component_matches(component, *element)) return false;
+        if (element->is_last != 0) return true;
+        ++element;
+    }
+    return true;
 }
 
 }  // namespace
-}  // namespace kelvo
-
-using namespace kelvo;
 
 kelvo_status kelvo_util_path_is_regexp(const char* path, uint32_t* is_regexp,
                                        int32_t dot_is_special) {
     if (any_null(path, is_regexp)) return refuse_null();
-    *is_regexp = *find_syntax(path, dot_is_special != 0) != '\0';
+    *is_regexp = holds_syntax(path, dot_is_special != 0);
+    return 0;
+}
+
+kelvo_status kelvo_util_path_regcomp(const char* path, kelvo_path_pattern** out,
+                                     uint32_t dot_is_special) {
+    if (any_null(path, out) || *path == '\0') return refuse_null();
+    auto* const pattern = static_cast<kelvo_path_pattern*>(
+        std::calloc(count_components(path), sizeof(kelvo_path_pattern)));
+    if (pattern == nullptr) return KELVO_ERR_NO_MEMORY;
+    if (auto status = fill_all(pattern, path, dot_is_special != 0)) {
+        kelvo_util_path_regfree(pattern);
+        return status;
+    }
+    *out = pattern;
+    return 0;
+}
+
+kelvo_status kelvo_util_path_regexec(const char* path, const kelvo_path_pattern* pattern,
+                                     uint32_t* matches) {
+    if (any_null(path, pattern, matches) || *path == '\0') return refuse_null();
+    char* const copy = copy_text(path);
+    if (copy == nullptr) return KELVO_ERR_NO_MEMORY;
+    *matches = path_matches(copy, pattern);
+    std::free(copy);
+    return 0;
+}
+
+void kelvo_util_path_regfree(kelvo_path_pattern* pattern) {
+    if (pattern == nullptr) return;
+    for (kelvo_path_pattern* element = pattern;; ++element) {
+        if (element->is_regexp != 0) kelvo_regfree(&element->compiled);
+        std::free(element->text);
+        if (element->is_last != 0) break;
+    }
+    std::free(pattern);
+}
+
+kelvo_status kelvo_util_node_within_regexp(const char* path, const char* pattern_path,
+                                           uint32_t* matches, uint32_t dot_is_special) {
+    if (any_null(path, pattern_path, matches) || *path == '\0' || *pattern_path == '\0') {
+        return refuse_null();
+    }
+    kelvo_path_pattern* pattern;
+    if (auto status = kelvo_util_path_regcomp(pattern_path, &pattern, dot_is_special)) {
+        return status;
+    }
+    const kelvo_status status = kelvo_util_path_regexec(path, pattern, matches);
+    kelvo_util_path_regfree(pattern);
+    return status;
+}
+
+kelvo_status kelvo_util_longest_exact_path(const char* path, char** prefix) {
+    if (any_null(path, prefix)) return refuse_null();
+    const char* end = find_syntax(path, false);
+    if (*end != '\0') {
+        while (end != path && end[-1] != '/') --end;
+    }
+    char* const copy = copy_text(path, static_cast<std::size_t>(end - path));
+    if (copy == nullptr) return KELVO_ERR_NO_MEMORY;
+    *prefix = copy;
     return 0;
 }

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The store's order. Length decides before bytes within a component, which makes numbered names
+// stand in the order of their numbers; components decide one after the other.
+#include "kelvo_util_compare.h"
+
+#include <algorithm>
+
+#include "kelvo_assert.h"
+#include "kelvo_bytes.h"
+#include "kelvo_report.h"
+#include "kelvo_text.h"
+
+using namespace kelvo;
+
+namespace {
+
+/// -1, 0 or 1. The first difference is remembered, but decides only if both names end together.
+i32 name_order(const char* a, const char* b) {
+    i32 remembered = 0;
+    for (; *a != '\0' && *b != '\0'; ++a, ++b) {
+        if (remembered != 0 || *a == *b) continue;
+        // Signed bytes: the store has kept names beyond ASCII before it from the start.
+        remembered = static_cast<signed char>(*a) < static_cast<signed char>(*b) ? -1 : 1;
+    }
+    if (*b != '\0') return -1;
+    if (*a != '\0') return 1;
+    return remembered;
+}
+
+i32 path_order(char* a, char* b) {
+    ComponentWalk a_walk(a);
+    ComponentWalk b_walk(b);
+    for (;;) {
+        const char* const a_component = a_walk.next();
+        const char* const b_component = b_walk.next();
+        if (a_component == nullptr) return b_component == nullptr ? 0 : -1;
+        if (b_component == nullptr) return 1;
+        if (const i32 order = name_order(a_component, b_component)) return order;
+    }
+}
+
+/// A copy of a path to be cut into components: on the stack, unless the path is long.
+class PathCopy {
+  public:
+    explicit PathCopy(const char* path) {
+        const std::size_t chars = std::strlen(path);
+        text_ = chars < sizeof buffer_ ? static_cast<char*>(std::memcpy(buffer_, path, chars + 1))
+                                       : copy_text(path, chars);
+    }
+    ~PathCopy() {
+        if (text_ != buffer_) std::free(text_);
+    }
+    PathCopy(const PathCopy&) = delete;
+    PathCopy& operator=(const PathCopy&) = delete;
+
+    /// Null without memory.
+    char* text() { return text_; }
+
+  private:
+    char* text_;
+    char buffer_[256];
+};
+
+/// A token of an item name. The name itself is only read.
+struct Token {
+    const char* text;
+    std::size_t chars;
+    char delimiter;  ///< NUL when the name ends here
+
+    Token(const char* name, const char* delimiters)
+        : text(name), chars(std::strcspn(name, delimiters)), delimiter(name[chars]) {}
+
+    [[nodiscard]] bool ends_name() const { return delimiter == '\0'; }
+    [[nodiscard]] const char* after() const { return text + chars + 1; }
+};
+
+/// As strcmp() of the two texts.
+i32 compare_texts(const Token& a, const Token& b) {
+    if (const int order = std::memcmp(a.text, b.text, std::min(a.chars, b.chars))) return order;
+    if (a.chars == b.chars) return 0;
+    return a.chars < b.chars ? -1 : 1;
+}
+
+/// Order of two tokens at the same place; 0 when the next ones decide, or when there are none.
+i32 token_order(const Token& a, const Token& b) {
+    const std::size_t a_chars = a.chars + (!a.ends_name() && b.ends_name() ? 1 : 0);
+    const std::size_t b_chars = b.chars + (!b.ends_name() && a.ends_name() ? 1 : 0);
+    if (a_chars != b_chars) return a_chars < b_chars ? -1 : 1;
+    if (const i32 order = compare_texts(a, b)) return order;
+    if (a.delimiter == b.delimiter) return 0;
+    return a.delimiter == '/' ? -1 : 1;
+}
+
+kelvo_status compare_records(const u8* lhs, const u8* rhs, u32 length, u32* equal) {
+    u32 lhs_offset = 0;
+    u32 rhs_offset = 0;
+    if (auto status = record_payload_offset(lhs, &lhs_offset)) return status;
+    if (auto status = record_payload_offset(rhs, &rhs_offset)) return status;
+    if (lhs_offset != rhs_offset || lhs_offset > length) return 0;
+    *equal = std::memcmp(lhs + lhs_offset, rhs + lhs_offset, length - lhs_offset) == 0;
+    return 0;
+}
+
+}  // namespace
+
+kelvo_status kelvo_util_compare_names(const char* a, const char* b, int32_t* result) {
+    if (any_null(a, b, result)) return refuse_null();
+    *result = name_order(a, b);
+    return 0;
+}
+
+kelvo_status kelvo_util_compare_paths(const char* a, const char* b, int32_t* result) {
+    if (any_null(a, b, result)) return refuse_null();
+    PathCopy a_copy(a);
+    if (a_copy.text() == nullptr) return KELVO_ERR_NO_MEMORY;
+    PathCopy b_copy(b);
+    if (b_copy.text() == nullptr) return KELVO_ERR_NO_MEMORY;
+    *result = path_order(a_copy.text(), b_copy.text());
+    return 0;
+}
+
+char* kelvo_util_strtok(char* str, const char* delims, char** rest, char* delim_found) {
+    if (str == nullptr) {
+        KELVO_ASSERT(*rest != nullptr, "*rest != ((void *)0)", "common/src/kelvo_common_utils");
+        str = *rest;
+    }
+    char* const end = std::strpbrk(str, delims);
+    if (end == nullptr) {
+        *rest = nullptr;
+        return str;
+    }
+    if (delim_found != nullptr) *delim_found = *end;
+    *end = '\0';
+    *rest = end + 1;
+    return str;
+}
+
+int32_t kelvo_util_item_name_compare(char* a, char* b, int32_t commas_separate) {
+    const char* const delimiters = commas_separate != 0 ? "/," : "/";
+    const char* a_rest = a != nullptr ? a : "";
+    const char* b_rest = b != nullptr ? b : "";
+    for (;;) {
+        const Token a_token(a_rest, delimiters);
+        const Token b_token(b_rest, delimiters);
+        if (const i32 order = token_order(a_token, b_token)) return order;
+        if (a_token.ends_name()) return 0;
+        a_rest = a_token.after();
+        b_rest = b_token.after();
+    }
+}
+
+kelvo_status kelvo_compare_data(const uint8_t* lhs, const uint8_t* rhs, uint32_t length,
+                                int32_t value_type, uint32_t* equal) {
+    if (any_null(lhs, rhs, equal)) return KELVO_ERR_NULL_PARAM;
+    *equal = 0;
+    if (value_type == KELVO_VALUE_TYPE_RECORD) return compare_records(lhs, rhs, length, equal);
+    *equal = std::memcmp(lhs, rhs, length) == 0;
+    return 0;
+}

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The engine under the library's names, beside the C library's engine in one process.
+#include "kelvo_regex.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <regex.h>
+
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/failing_memory.h"
+
+namespace {
+
+using kelvo::test::FailingMemory;
+
+constexpr int kFlags = KELVO_REGEX_EXTENDED | KELVO_REGEX_NOSUB;
+
+/// Whether a pattern compiles that uses what only a complete preparation provides, and matches.
+bool engine_is_complete() {
+    kelvo_regex compiled{};
+    if (kelvo_regcomp(&compiled, "a(*FAIL)|b", kFlags) != 0) return false;
+    const bool matches = kelvo_regexec(&compiled, "b", 0, nullptr, 0) == 0 &&
+                         kelvo_regexec(&compiled, "a", 0, nullptr, 0) != 0;
+    kelvo_regfree(&compiled);
+    return matches;
+}
+
+/// Lets each allocation of the first compilation fail in turn, in a process of its own because the
+/// engine is prepared once. @return 0 when every failure was answered and the engine is complete
+int run_preparation_under_failures() {
+    for (std::size_t failing = 0;; ++failing) {
+        kelvo_regex compiled{};
+        bool reached;
+        int error;
+        {
+            const FailingMemory fail(failing);
+            error = kelvo_regcomp(&compiled, "b+", kFlags);
+            reached = FailingMemory::allocations() > failing;
+        }
+        if (reached && (error == 0 || compiled.engine != nullptr)) return 1;
+        if (reached) continue;
+        if (error != 0) return 2;
+        kelvo_regfree(&compiled);
+        return engine_is_complete() ? 0 : 3;
+    }
+}
+
+TEST(RegexDeathTest, PreparationThatRanOutOfMemoryIsRepeated) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(std::_Exit(run_preparation_under_failures()), testing::ExitedWithCode(0), "");
+}
+
+TEST(RegexDeathTest, ThreadsMayCompileTheFirstPatternAtOnce) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto run = [] {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 8; ++i) {
+            threads.emplace_back([] {
+                kelvo_regex compiled{};
+                if (kelvo_regcomp(&compiled, "x+y", kFlags) != 0) std::_Exit(1);
+                if (kelvo_regexec(&compiled, "xxy", 0, nullptr, 0) != 0) std::_Exit(2);
+                kelvo_regfree(&compiled);
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+        std::_Exit(0);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+}
+
+TEST(Regex, MatchesAndRefuses) {
+    kelvo_regex compiled{};
+    ASSERT_EQ(kelvo_regcomp(&compiled, "^((ab*)/)$", kFlags), 0);
+    EXPECT_EQ(compiled.flags, 0x30);
+    EXPECT_EQ(kelvo_regexec(&compiled, "abbb/", 0, nullptr, 0), 0);
+    EXPECT_NE(kelvo_regexec(&compiled, "abbb", 0, nullptr, 0), 0);
+    EXPECT_NE(kelvo_regexec(&compiled, "xa/", 0, nullptr, 0), 0);
+    kelvo_regfree(&compiled);
+    EXPECT_EQ(compiled.engine, nullptr);
+}
+
+TEST(Regex, PlacesAreReportedWhereTheyAreAskedFor) {
+    kelvo_regex compiled{};
+    ASSERT_EQ(kelvo_regcomp(&compiled, "b(c+)|(x)", KELVO_REGEX_EXTENDED), 0);
+    EXPECT_EQ(compiled.groups, 2U);
+    kelvo_regex_match matches[4] = {{7, 7}, {7, 7}, {7, 7}, {7, 7}};
+    EXPECT_EQ(kelvo_regexec(&compiled, "abccd", 3, matches, 0), 0);
+    EXPECT_EQ(matches[0].start, 1);
+    EXPECT_EQ(matches[0].end, 4);
+    EXPECT_EQ(matches[1].start, 2);
+    EXPECT_EQ(matches[1].end, 4);
+    EXPECT_EQ(matches[2].start, -1);
+    EXPECT_EQ(matches[3].start, 7);
+    kelvo_regfree(&compiled);
+}
+
+TEST(Regex, ABadPatternLeavesNothingToRelease) {
+    for (const char* pattern : {"(", "[", ")", "x\\", "a(*NO_SUCH_NAME)"}) {
+        kelvo_regex compiled{&compiled, 7, 7};
+        EXPECT_NE(kelvo_regcomp(&compiled, pattern, kFlags), 0) << pattern;
+        EXPECT_EQ(compiled.engine, nullptr) << pattern;
+        kelvo_regfree(&compiled);
+    }
+}
+
+/// The name of the shared object that defines what a function pointer points at.
+std::string home_of(const void* function) {
+    Dl_info info{};
+    return dladdr(function, &info) != 0 ? info.dli_fname : "";
+}
+
+TEST(Regex, TheProcessKeepsTheEngineOfItsCLibrary) {
+    // "\d" is a digit to one engine and the letter to the other.
+    regex_t theirs;
+    ASSERT_EQ(regcomp(&theirs, "^\\d$", REG_EXTENDED | REG_NOSUB), 0);
+    kelvo_regex ours{};
+    ASSERT_EQ(kelvo_regcomp(&ours, "^\\d$", kFlags), 0);
+
+    EXPECT_EQ(regexec(&theirs, "d", 0, nullptr, 0), 0);
+    EXPECT_EQ(regexec(&theirs, "5", 0, nullptr, 0), REG_NOMATCH);
+    EXPECT_EQ(kelvo_regexec(&ours, "5", 0, nullptr, 0), 0);
+    EXPECT_NE(kelvo_regexec(&ours, "d", 0, nullptr, 0), 0);
+
+    kelvo_regfree(&ours);
+    regfree(&theirs);
+    EXPECT_NE(home_of(dlsym(RTLD_DEFAULT, "regcomp")).find("libc.so"), std::string::npos);
+}
+
+}  // namespace
