@@ -1,1 +1,30 @@
-# What `cmake --install` puts where.
+# What `cmake --install` puts where: the two shared objects, the headers, pkg-config files and a CMake
+# package.
+
+include(CMakePackageConfigHelpers)
+
+install(TARGETS kelvoutils kelvo_platform EXPORT kelvoutilsTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY common/include/ platform/include/
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
+  FILES_MATCHING PATTERN "*.h")
+
+install(EXPORT kelvoutilsTargets NAMESPACE kelvoutils::
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kelvoutils)
+configure_package_config_file(cmake/kelvoutilsConfig.cmake.in
+  ${CMAKE_CURRENT_BINARY_DIR}/kelvoutilsConfig.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kelvoutils)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/kelvoutilsConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/kelvoutilsConfig.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/kelvoutilsConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kelvoutils)
+
+foreach(package kelvoutils kelvo-platform)
+  configure_file(cmake/${package}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${package}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${package}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()
+
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -1,0 +1,48 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""Checks what a shared object asks of the dynamic linker.
+
+    loaded_libraries.py LIBRARY SONAME NEEDED[,NEEDED...]
+
+The library needs exactly the libraries named, carries its SONAME, binds at load time with read-only
+relocations, has no executable stack and leaves every platform service replaceable.
+"""
+import re
+import subprocess
+import sys
+
+
+def readelf(option, library):
+    return subprocess.run(["readelf", "-W", option, library], check=True, capture_output=True,
+                          text=True).stdout
+
+
+def main():
+    library, soname, needed = sys.argv[1:]
+    dynamic = readelf("-d", library)
+    segments = readelf("-l", library)
+    found = set(re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic))
+    problems = []
+    if found != set(needed.split(",")):
+        problems.append(f"needs {sorted(found)}, should need {sorted(needed.split(','))}")
+    if f"[{soname}]" not in dynamic:
+        problems.append(f"SONAME is not {soname}")
+    if "BIND_NOW" not in dynamic:
+        problems.append("is not bound at load time")
+    if "GNU_RELRO" not in segments:
+        problems.append("has no read-only relocations")
+    if not re.search(r"GNU_STACK.* RW ", segments):
+        problems.append("has an executable stack")
+    if "TEXTREL" in dynamic:
+        problems.append("has relocations in its code")
+    if re.search(r"\(SYMBOLIC\)", dynamic):
+        problems.append("binds its own data symbolically")
+    for problem in problems:
+        print(f"{library}: {problem}")
+    if not problems:
+        print(f"{soname}: needs {', '.join(sorted(found))}")
+    return bool(problems)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
