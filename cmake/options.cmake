@@ -20,6 +20,8 @@ if(KELVO_SANITIZE)
   target_compile_options(kelvo_options INTERFACE
     -fsanitize=${KELVO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(kelvo_options INTERFACE -fsanitize=${KELVO_SANITIZE})
+  # Instrumented code of the standard library's headers makes gcc see uninitialised values there.
+  target_compile_options(kelvo_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()
 
 # Shared objects that are loaded into other people's processes: C++ inside, but without exceptions,

@@ -69,7 +69,8 @@ void for_each_block(Check check) {
 
 /// Puts a length word into a block that may be too small for it; what does not fit is left out.
 void put_partly(Bytes& block, uint32_t word) {
-    std::memcpy(block.data(), &word, std::min<std::size_t>(4, block.size()));
+    const auto* bytes = reinterpret_cast<const uint8_t*>(&word);
+    std::copy_n(bytes, std::min<std::size_t>(4, block.size()), block.begin());
 }
 
 TEST(CursorText, HostOrderPassesExactlyTheFourTests) {
