@@ -12,6 +12,9 @@
 #define KELVO_UNDERLYING(name) __libc_##name
 #endif
 
+// The thread sanitizer asks for memory before it can watch anybody, so it must not watch these.
+#define KELVO_UNWATCHED __attribute__((no_sanitize("thread")))
+
 extern "C" {
 void* KELVO_UNDERLYING(malloc)(std::size_t size);
 void* KELVO_UNDERLYING(calloc)(std::size_t count, std::size_t size);
@@ -33,7 +36,7 @@ struct State {
 thread_local constinit State state{};
 
 /// Counts an allocation. @return whether it is to fail
-bool refuse(std::size_t size) {
+KELVO_UNWATCHED bool refuse(std::size_t size) {
     if (!state.armed) return false;
     const std::size_t number = state.allocations++;
     state.bytes += size;
@@ -42,7 +45,7 @@ bool refuse(std::size_t size) {
     return true;
 }
 
-void* counted(void* block) {
+KELVO_UNWATCHED void* counted(void* block) {
     if (state.armed && block != nullptr) ++state.outstanding;
     return block;
 }
@@ -78,21 +81,21 @@ std::size_t FailingMemory::bytes() {
 
 extern "C" {
 
-void* malloc(std::size_t size) noexcept {
+KELVO_UNWATCHED void* malloc(std::size_t size) noexcept {
     return refuse(size) ? nullptr : counted(KELVO_UNDERLYING(malloc)(size));
 }
 
-void* calloc(std::size_t count, std::size_t size) noexcept {
+KELVO_UNWATCHED void* calloc(std::size_t count, std::size_t size) noexcept {
     return refuse(count * size) ? nullptr : counted(KELVO_UNDERLYING(calloc)(count, size));
 }
 
-void* realloc(void* block, std::size_t size) noexcept {
+KELVO_UNWATCHED void* realloc(void* block, std::size_t size) noexcept {
     if (refuse(size)) return nullptr;
     void* const moved = KELVO_UNDERLYING(realloc)(block, size);
     return block == nullptr ? counted(moved) : moved;
 }
 
-void free(void* block) noexcept {
+KELVO_UNWATCHED void free(void* block) noexcept {
     if (state.armed && block != nullptr) --state.outstanding;
     KELVO_UNDERLYING(free)(block);
 }
