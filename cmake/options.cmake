@@ -33,6 +33,10 @@ target_compile_options(kelvo_shared_object INTERFACE
   -fvisibility=hidden -fstack-protector-strong
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics;-fvisibility-inlines-hidden>)
 target_link_options(kelvo_shared_object INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
+# A sanitizer's own symbols come with the program, not with the shared object.
+if(NOT KELVO_SANITIZE)
+  target_link_options(kelvo_shared_object INTERFACE LINKER:-z,defs)
+endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|amd64|AMD64")
   target_compile_options(kelvo_shared_object INTERFACE -fcf-protection=full)
 endif()

@@ -1,0 +1,312 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The sections of the configuration, one function each, over the defaults of a system that is a
+// single node. Last, the environment has its say.
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "kelvo_platform_config_reader.h"
+
+namespace kelvo::host {
+namespace {
+
+constexpr std::uint32_t kDefaultNode = PLATFORM_HOST_NODEID(0, 0, 1);
+constexpr char kDefaultBootMedium[] = "/var/tmp/";
+constexpr char kDefaultScripts[] = "/usr/lib/kelvo/scripts";
+constexpr std::size_t kInterfaceName = 64;
+constexpr char kJobVariable[] = "KELVO_JOB_ID";
+constexpr char kDebugVariable[] = "KELVO_DEBUG";
+constexpr char kSeparators[] = ", \t";
+
+const config_setting_t* element(Group list, std::size_t index) noexcept {
+    return config_setting_get_elem(list, static_cast<unsigned>(index));
+}
+
+std::size_t length_of(Group list) noexcept {
+    return static_cast<std::size_t>(config_setting_length(list));
+}
+
+}  // namespace
+
+void Reader::read(const char* path) noexcept {
+    config_init(&config_.file);
+    set_defaults();
+    if (find_file(path) && parse_file() && read_sections()) read_environment();
+}
+
+void Reader::set_defaults() noexcept {
+    config_.job_id.value = static_cast<std::uint32_t>(getpid());
+    config_.scripts_directory.value = kDefaultScripts;
+    config_.log_level.value = LOG_NOTICE;
+}
+
+bool Reader::read_sections() noexcept {
+    Group const root = config_root_setting(&config_.file);
+    return known_keys(root, {"node", "single_node", "nodes", "interfaces", "job_id", "boot_media",
+                             "scripts_directory", "log", "debug"}) &&
+           read_nodes(root) && read_interfaces(config_setting_get_member(root, "interfaces")) &&
+           read_places(root) && read_log(config_setting_get_member(root, "log")) &&
+           read_debug(config_setting_get_member(root, "debug"));
+}
+
+// ------------------------------------------------------------------------------------------------
+// Nodes
+// ------------------------------------------------------------------------------------------------
+
+bool Reader::read_nodes(Group root) noexcept {
+    Group const others = config_setting_get_member(root, "nodes");
+    if (others != nullptr && !aggregate(others, CONFIG_TYPE_LIST, "a list of groups: ( {...} )")) {
+        return false;
+    }
+    const std::size_t count = others != nullptr ? length_of(others) : 0;
+    if (!allocate(config_.nodes, 1 + count)) return false;
+    if (!read_self(config_setting_get_member(root, "node"))) return false;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!read_node(element(others, i), config_.nodes.items[1 + i])) return false;
+    }
+    config_.single_node.value = count == 0;
+    return read_single_node(config_setting_get_member(root, "single_node"));
+}
+
+bool Reader::read_self(Group group) noexcept {
+    Node& self = config_.nodes.items[0];
+    if (group != nullptr) return read_node(group, self);
+    self.id.value = kDefaultNode;
+    const kelvo_status status = nodeid_format(self.id.value, self.name, sizeof self.name);
+    return status == 0 || fail_file("the default node id has no text form");
+}
+
+bool Reader::read_single_node(Group setting) noexcept {
+    if (setting == nullptr) return true;
+    if (!aggregate(setting, CONFIG_TYPE_BOOL, "true or false")) return false;
+    const bool single = config_setting_get_bool(setting) == CONFIG_TRUE;
+    config_.single_node = {single, {line_of(setting), nullptr}};
+    return true;
+}
+
+bool Reader::read_node(Group group, Node& node) noexcept {
+    if (!aggregate(group, CONFIG_TYPE_GROUP, "a group: {...}")) return false;
+    if (!known_keys(group, {"id", "name", "card_type", "node_type", "sub_cards"})) return false;
+    Group const id = config_setting_get_member(group, "id");
+    if (id == nullptr) return fail(group, "has no id");
+    return new_node_id(id, node.id) && read_name(group, node) &&
+           word(group, "card_type", kCardTypes, node.card_type) &&
+           word(group, "node_type", kNodeTypes, node.node_type) &&
+           read_sub_cards(config_setting_get_member(group, "sub_cards"), node);
+}
+
+/// Reads an id that no node or sub-card before it has.
+bool Reader::new_node_id(Group setting, Setting<std::uint32_t>& id) noexcept {
+    Setting<std::uint32_t> given;
+    if (!node_id(setting, given)) return false;
+    const auto same = [&](const Setting<std::uint32_t>& other) {
+        return other.value == given.value;
+    };
+    for (const Node& node : config_.nodes) {
+        const auto* const card = std::find_if(node.sub_cards.begin(), node.sub_cards.end(), same);
+        const auto* const first = same(node.id) ? &node.id : card;
+        if (first == node.sub_cards.end()) continue;
+        if (first->origin.line == 0) return fail(setting, "this is the default id of this node");
+        return fail(setting, "node %s is given twice, first on line %u",
+                    config_setting_get_string(setting), first->origin.line);
+    }
+    id = given;
+    return true;
+}
+
+bool Reader::read_name(Group group, Node& node) noexcept {
+    Group const setting = config_setting_get_member(group, "name");
+    const char* name = config_setting_get_string(config_setting_get_member(group, "id"));
+    if (setting != nullptr) {
+        if (!text(setting, name)) return false;
+        node.name_origin.line = line_of(setting);
+    }
+    Group const at = setting != nullptr ? setting : group;
+    if (std::strchr(name, '/') != nullptr) return fail(at, "'%s' must not hold a '/'", name);
+    if (std::strlen(name) >= sizeof node.name) {
+        return fail(at, "'%s' is longer than %zu characters", name, sizeof node.name - 1);
+    }
+    for (const Node& other : config_.nodes) {
+        if (std::strcmp(other.name, name) != 0) continue;
+        return fail(at, "another node has the name '%s'", name);
+    }
+    buf_strncpy(node.name, name, sizeof node.name);
+    return true;
+}
+
+bool Reader::read_sub_cards(Group list, Node& node) noexcept {
+    if (list == nullptr) return true;
+    if (!aggregate(list, CONFIG_TYPE_ARRAY, "an array of node ids: [ \"0_1_16\" ]")) return false;
+    if (!allocate(node.sub_cards, length_of(list))) return false;
+    for (std::size_t i = 0; i < node.sub_cards.count; ++i) {
+        if (!new_node_id(element(list, i), node.sub_cards.items[i])) return false;
+    }
+    return true;
+}
+
+// ------------------------------------------------------------------------------------------------
+// Interfaces
+// ------------------------------------------------------------------------------------------------
+
+bool Reader::read_interfaces(Group list) noexcept {
+    if (list == nullptr) return true;
+    if (!aggregate(list, CONFIG_TYPE_LIST, "a list of groups: ( {...} )")) return false;
+    if (!allocate(config_.interfaces, length_of(list))) return false;
+    for (std::size_t i = 0; i < config_.interfaces.count; ++i) {
+        if (!read_interface(element(list, i), config_.interfaces.items[i])) return false;
+    }
+    return true;
+}
+
+bool Reader::read_interface(Group group, Interface& interface) noexcept {
+    if (!aggregate(group, CONFIG_TYPE_GROUP, "a group: {...}")) return false;
+    if (!known_keys(group, {"name", "node"})) return false;
+    Group const name = config_setting_get_member(group, "name");
+    if (name == nullptr) return fail(group, "has no name");
+    Group const node = config_setting_get_member(group, "node");
+    if (node == nullptr) return fail(group, "has no node");
+    return read_interface_name(name, interface) && read_interface_node(node, interface);
+}
+
+bool Reader::read_interface_name(Group setting, Interface& interface) noexcept {
+    const char* name = nullptr;
+    if (!text(setting, name)) return false;
+    if (std::strlen(name) >= kInterfaceName) {
+        return fail(setting, "'%s' is longer than %zu characters", name, kInterfaceName - 1);
+    }
+    for (const Interface& other : config_.interfaces) {
+        if (other.name == nullptr || std::strcmp(other.name, name) != 0) continue;
+        return fail(setting, "interface '%s' is given twice, first on line %u", name,
+                    other.node.origin.line);
+    }
+    interface.name = name;
+    return true;
+}
+
+bool Reader::read_interface_node(Group setting, Interface& interface) noexcept {
+    const char* value = nullptr;
+    if (!text(setting, value)) return false;
+    if (std::strcmp(value, "none") == 0) {
+        interface.node = {KELVO_NODEID_INVALID, {line_of(setting), nullptr}};
+        return true;
+    }
+    if (!node_id(setting, interface.node)) return false;
+    if (find_node(config_, interface.node.value) != nullptr) return true;
+    return fail(setting, "node %s is neither this node nor one of nodes", value);
+}
+
+// ------------------------------------------------------------------------------------------------
+// Places, log, debug flags
+// ------------------------------------------------------------------------------------------------
+
+bool Reader::read_places(Group root) noexcept {
+    Group const job = config_setting_get_member(root, "job_id");
+    if (job != nullptr) {
+        if (config_setting_type(job) != CONFIG_TYPE_INT || config_setting_get_int(job) < 1) {
+            return fail(job, "must be a number from 1 to 2147483647");
+        }
+        const auto number = static_cast<std::uint32_t>(config_setting_get_int(job));
+        config_.job_id = {number, {line_of(job), nullptr}};
+    }
+    Group const scripts = config_setting_get_member(root, "scripts_directory");
+    if (scripts != nullptr) {
+        if (!absolute_path(scripts, config_.scripts_directory.value)) return false;
+        config_.scripts_directory.origin.line = line_of(scripts);
+    }
+    return read_boot_media(config_setting_get_member(root, "boot_media"));
+}
+
+bool Reader::read_boot_media(Group list) noexcept {
+    if (list == nullptr) {
+        if (!allocate(config_.boot_media, 1)) return false;
+        config_.boot_media.items[0].value = kDefaultBootMedium;
+        return true;
+    }
+    if (!aggregate(list, CONFIG_TYPE_ARRAY, "an array of directories: [ \"/disk0/\" ]")) {
+        return false;
+    }
+    if (!allocate(config_.boot_media, length_of(list))) return false;
+    for (std::size_t i = 0; i < config_.boot_media.count; ++i) {
+        Group const setting = element(list, i);
+        auto& medium = config_.boot_media.items[i];
+        if (!absolute_path(setting, medium.value)) return false;
+        if (medium.value[std::strlen(medium.value) - 1] != '/') {
+            return fail(setting, "'%s' must end in '/'", medium.value);
+        }
+        medium.origin.line = line_of(setting);
+    }
+    return true;
+}
+
+bool Reader::read_log(Group log) noexcept {
+    if (log == nullptr) return true;
+    return aggregate(log, CONFIG_TYPE_GROUP, "a group: {...}") &&
+           known_keys(log, {"destination", "level"}) &&
+           word(log, "destination", kLogDestinations, config_.log_destination) &&
+           word(log, "level", kLogLevels, config_.log_level);
+}
+
+bool Reader::read_debug(Group list) noexcept {
+    if (list == nullptr) return true;
+    if (!aggregate(list, CONFIG_TYPE_ARRAY, "an array of flags: [ \"node-resolver\" ]")) {
+        return false;
+    }
+    if (!allocate(config_.debug, length_of(list))) return false;
+    for (std::size_t i = 0; i < config_.debug.count; ++i) {
+        auto& flag = config_.debug.items[i];
+        if (!text(element(list, i), flag.value)) return false;
+        flag.origin.line = line_of(element(list, i));
+    }
+    return true;
+}
+
+// ------------------------------------------------------------------------------------------------
+// Environment
+// ------------------------------------------------------------------------------------------------
+
+bool Reader::read_environment() noexcept {
+    const char* const job = secure_getenv(kJobVariable);
+    if (job != nullptr && !read_job_variable(job)) return false;
+    const char* const debug = secure_getenv(kDebugVariable);
+    return debug == nullptr || read_debug_variable(debug);
+}
+
+bool Reader::read_job_variable(const char* text) noexcept {
+    char* end;
+    errno = 0;
+    const unsigned long number = std::strtoul(text, &end, 10);
+    const bool is_number = text[0] >= '0' && text[0] <= '9' && *end == '\0' && errno == 0;
+    if (!is_number || number < 1 || number > UINT32_MAX) {
+        snprintf(config_.error, sizeof config_.error,
+                 "environment: %s: '%.100s' is not a number from 1 to 4294967295", kJobVariable,
+                 text);
+        return false;
+    }
+    config_.job_id = {static_cast<std::uint32_t>(number), {0, kJobVariable}};
+    return true;
+}
+
+/// Splits the variable's value in place; it replaces what the file says.
+bool Reader::read_debug_variable(const char* text) noexcept {
+    config_.environment_debug = strdup(text);
+    if (config_.environment_debug == nullptr) return out_of_memory();
+    std::free(config_.debug.items);
+    config_.debug = {};
+    if (!allocate(config_.debug, std::strlen(text) / 2 + 1)) return false;
+    config_.debug.count = 0;
+    char* rest;
+    for (char* flag = strtok_r(config_.environment_debug, kSeparators, &rest); flag != nullptr;
+         flag = strtok_r(nullptr, kSeparators, &rest)) {
+        config_.debug.items[config_.debug.count++] = {flag, {0, kDebugVariable}};
+    }
+    return true;
+}
+
+void read_config(Config& config, const char* path) noexcept {
+    Reader(config).read(path);
+}
+
+}  // namespace kelvo::host

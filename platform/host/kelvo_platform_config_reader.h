@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// How the configuration file is read: libconfig parses it, and a reader moves what it holds into
+// plain records, checking every key and value. The first thing that is wrong ends the reading with
+// a message that says where it is and what would be right.
+//
+// kelvo_platform_config_values.cpp reads the file and single values, kelvo_platform_config_read.cpp
+// the sections.
+#pragma once
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <initializer_list>
+
+#include "kelvo_platform_config.h"
+
+namespace kelvo::host {
+
+using Group = const config_setting_t*;
+
+/// Text that grows in a buffer of fixed size and is cut at its end.
+struct Text {
+    char text[512] = "";
+    std::size_t length = 0;
+
+    KELVO_PRINTF(2, 3) void add(const char* format, ...) noexcept {
+        va_list arguments;
+        va_start(arguments, format);
+        const int added = vsnprintf(text + length, sizeof text - length, format, arguments);
+        va_end(arguments);
+        if (added > 0) length = std::min(length + static_cast<std::size_t>(added), sizeof text - 1);
+    }
+};
+
+inline unsigned line_of(Group setting) noexcept {
+    return config_setting_source_line(setting);
+}
+
+class Reader {
+  public:
+    explicit Reader(Config& config) noexcept : config_(config) {}
+
+    void read(const char* path) noexcept;
+
+  private:
+    void set_defaults() noexcept;
+
+    // Failing: the first failure is the one that is kept. All return false.
+    KELVO_PRINTF(3, 4) bool fail(Group at, const char* format, ...) noexcept;
+    bool fail_file(const char* problem) noexcept;
+    bool out_of_memory() noexcept { return fail_file("out of memory"); }
+
+    // The steps, in order.
+    bool find_file(const char* path) noexcept;
+    bool parse_file() noexcept;
+    bool parse_text(char* text, std::size_t length) noexcept;
+    bool read_sections() noexcept;
+    bool read_nodes(Group root) noexcept;
+    bool read_self(Group group) noexcept;
+    bool read_single_node(Group setting) noexcept;
+    bool read_node(Group group, Node& node) noexcept;
+    bool new_node_id(Group setting, Setting<std::uint32_t>& id) noexcept;
+    bool read_name(Group group, Node& node) noexcept;
+    bool read_sub_cards(Group list, Node& node) noexcept;
+    bool read_interfaces(Group list) noexcept;
+    bool read_interface(Group group, Interface& interface) noexcept;
+    bool read_interface_name(Group setting, Interface& interface) noexcept;
+    bool read_interface_node(Group setting, Interface& interface) noexcept;
+    bool read_places(Group root) noexcept;
+    bool read_boot_media(Group list) noexcept;
+    bool read_log(Group log) noexcept;
+    bool read_debug(Group list) noexcept;
+    bool read_environment() noexcept;
+    bool read_job_variable(const char* text) noexcept;
+    bool read_debug_variable(const char* text) noexcept;
+
+    // Single values. A key that is absent leaves the default.
+    bool known_keys(Group group, std::initializer_list<const char*> keys) noexcept;
+    bool aggregate(Group setting, int type, const char* wanted) noexcept;
+    bool text(Group setting, const char*& value) noexcept;
+    bool absolute_path(Group setting, const char*& value) noexcept;
+    bool node_id(Group setting, Setting<std::uint32_t>& id) noexcept;
+    bool word(Group group, const char* key, const Word* words,
+              Setting<std::uint32_t>& value) noexcept;
+    template <class T>
+    bool allocate(List<T>& list, std::size_t count) noexcept;
+
+    Config& config_;
+    bool must_exist_ = false;
+};
+
+template <class T>
+bool Reader::allocate(List<T>& list, std::size_t count) noexcept {
+    list.items = static_cast<T*>(std::calloc(std::max<std::size_t>(count, 1), sizeof(T)));
+    if (list.items == nullptr) return out_of_memory();
+    list.count = count;
+    return true;
+}
+
+}  // namespace kelvo::host
