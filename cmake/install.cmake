@@ -21,6 +21,9 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/kelvoutilsConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kelvoutils)
 
+# The prefix as seen from the pkg-config files, so that a tree can be installed or moved anywhere.
+file(RELATIVE_PATH KELVO_PREFIX_FROM_PC
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 foreach(package kelvoutils kelvo-platform)
   configure_file(cmake/${package}.pc.in ${CMAKE_CURRENT_BINARY_DIR}/${package}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${package}.pc
