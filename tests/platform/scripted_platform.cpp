@@ -92,6 +92,8 @@ void Platform::reset() {
     debug_cleanup = [](const char*) { return 0U; };
     dup = [](int descriptor) { return ::dup(descriptor); };
     fast_clock = [](timespec* now) { *now = {5, 999999999}; };
+    mark_mutex_block = [](pthread_mutex_t*, const char*, std::uint32_t) {};
+    alloc = [](std::size_t size, const void*) { return std::malloc(size); };
     build_replica = [](std::uint32_t size, std::uint32_t, std::uint8_t** buffer) -> kelvo_status {
         *buffer = static_cast<std::uint8_t*>(std::malloc(size));
         return 0;
@@ -271,8 +273,8 @@ int platform_dup(int descriptor) {
 void clock_get_fast_timespec(timespec* now) {
     platform().fast_clock(now);
 }
-void* alloc_with_caller(size_t size, const void* /*caller*/) {
-    return std::malloc(size);
+void* alloc_with_caller(size_t size, const void* caller) {
+    return platform().alloc(size, caller);
 }
 
 char* buf_strncpy(char* destination, const char* source, size_t size) {
@@ -290,6 +292,7 @@ kelvo_status record_payload_offset(const void* record, uint32_t* offset) {
 }
 
 kelvo_status packed_tuple_unpack(const void* tuple, const char* format, ...) {
+    record_call(std::string("packed_tuple_unpack ") + format);
     if (const kelvo_status status = platform().unpack_tuple()) return status;
     const auto& texts = *static_cast<const kelvo::test::PackedTuple*>(tuple);
     va_list arguments;

@@ -54,6 +54,8 @@ struct Platform {
     std::function<kelvo_status(const char*)> debug_cleanup;
     std::function<int(int)> dup;
     std::function<void(timespec*)> fast_clock;
+    std::function<void(pthread_mutex_t*, const char*, std::uint32_t)> mark_mutex_block;
+    std::function<void*(std::size_t, const void*)> alloc;
     std::function<kelvo_status(std::uint32_t, std::uint32_t, std::uint8_t**)> build_replica;
     std::function<kelvo_status(const void*, std::uint32_t*)> payload_offset;
     /// Packed tuples of tests are plain arrays of texts; see packed_tuple().
