@@ -260,8 +260,9 @@ void platform_trace_record(void* /*trace*/, const char* format, ...) {
     platform().trace_records.push_back(text);
 }
 
-void thread_mark_mutex_block(pthread_mutex_t* /*mutex*/, const char* where, uint32_t /*line*/) {
-    record_call("thread_mark_mutex_block ", where);
+void thread_mark_mutex_block(pthread_mutex_t* mutex, const char* where, uint32_t line) {
+    record_call(std::string("thread_mark_mutex_block ") + where);
+    platform().mark_mutex_block(mutex, where, line);
 }
 
 void thread_unmark_mutex_block(void) {
