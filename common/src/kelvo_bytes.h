@@ -51,6 +51,11 @@ inline void convert32(void* at) noexcept {
     store32(at, network32(load32(at)));
 }
 
+/// Reverses the word at `at`: it comes from a sender of the other byte order.
+inline void reverse32(void* at) noexcept {
+    store32(at, swap32(load32(at)));
+}
+
 /// Fill after a variable-length piece, so that the next field starts at a multiple of 8.
 [[nodiscard]] constexpr u32 pad8(u32 length) noexcept {
     return (0U - length) & 7U;

@@ -16,22 +16,28 @@ namespace kelvo {
     return type < kWidths.size() ? kWidths[type] : 0;
 }
 
-/// Converts the leading bytes of a value from `source` to `destination`, which may be the same. A
-/// longer value keeps its other bytes; a shorter one is the caller's error and is not checked.
-/// @return 1 when it converted; 0, with nothing written, for a null pointer or a type that is not
-///         an integer
-inline u32 convert_value(u32 type, void* destination, const void* source) noexcept {
-    if (destination == nullptr || source == nullptr) return 0;
+/// Copies the leading bytes of a value in reverse from `source` to `destination`, which may be the
+/// same. A longer value keeps its other bytes; a shorter one is the caller's error and is not
+/// checked.
+inline void reverse_value(u32 type, void* destination, const void* source) noexcept {
     const u32 width = value_width(type);
-    if (width == 0) return 0;
-    if constexpr (std::endian::native == std::endian::big) {
-        std::memmove(destination, source, width);
-        return 1;
-    }
     u8 bytes[8];
     std::memcpy(bytes, source, width);
     auto* out = static_cast<u8*>(destination);
     for (u32 i = 0; i < width; ++i) out[i] = bytes[width - 1 - i];
+}
+
+/// Converts a value between host and network order, as reverse_value() does where they differ.
+/// @return 1 when it converted; 0, with nothing written, for a null pointer or a type that is not
+///         an integer
+inline u32 convert_value(u32 type, void* destination, const void* source) noexcept {
+    if (destination == nullptr || source == nullptr) return 0;
+    if (value_width(type) == 0) return 0;
+    if constexpr (std::endian::native == std::endian::big) {
+        std::memmove(destination, source, value_width(type));
+    } else {
+        reverse_value(type, destination, source);
+    }
     return 1;
 }
 

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The walk over a notification set. Its two variants convert the same framing and differ in when
+// they first touch an entry, and in whether they convert the values as well.
+#pragma once
+
+#include <cstdlib>
+
+#include "kelvo_common_msg_notify.h"
+#include "kelvo_report.h"
+#include "kelvo_wire.h"
+
+namespace kelvo::wire {
+
+enum class Notify { framing, values };
+
+/// Where the entries of a set begin, and the bytes of an entry before its name.
+inline constexpr u32 kNotifyHeaderBytes = sizeof(kelvo_msg_notifyset);
+inline constexpr u32 kNotifyEntryBytes = sizeof(kelvo_msg_notifyset_entry);
+
+/// One entry that begins with `left` bytes left. Its second value is not tested here but by where
+/// the next entry, or the set's end, has to be.
+template <Notify kWhat, class Order>
+[[nodiscard]] Status walk_notify_entry(Order& order, u8* entry, u64 left, u64* size) {
+    if (kWhat == Notify::framing) fixed_words(order, entry, 2);
+    if (left <= kNotifyEntryBytes) return KELVO_ERR_MSG_LENGTH;
+    if (kWhat == Notify::values) fixed_words(order, entry, 2);
+    const u32 type = order.read(entry + offsetof(kelvo_msg_notifyset_entry, type));
+
+    u8* const name_length = entry + offsetof(kelvo_msg_notifyset_entry, name_length);
+    order.arrive(name_length);
+    const u64 first_at = kNotifyEntryBytes + padded8(order.read(name_length));
+    if (left < first_at + kCellBytes) return KELVO_ERR_MSG_LENGTH;
+
+    const auto counted_value = [&](u8* cell) {
+        order.arrive(cell);
+        const u32 length = order.read(cell);
+        if (kWhat == Notify::values && length != 0) order.value(type, cell + kCellBytes);
+        return kCellBytes + padded8(length);
+    };
+    const u64 second_at = first_at + counted_value(entry + first_at);
+    if (left < second_at + kCellBytes) return KELVO_ERR_MSG_LENGTH;
+    *size = second_at + counted_value(entry + second_at);
+    return 0;
+}
+
+/// All entries. Each takes at least 32 bytes of the set, whatever count the set claims.
+template <Notify kWhat, class Order>
+[[nodiscard]] Status walk_notifyset(Order order, void* buffer, u64 length, u32* count) {
+    if (length < kNotifyHeaderBytes) return KELVO_ERR_MSG_LENGTH;
+    auto* const set = static_cast<u8*>(buffer);
+    u8* const count_at = set + offsetof(kelvo_msg_notifyset, count);
+    order.arrive(count_at);
+    const u32 n = order.read(count_at);
+    u64 at = kNotifyHeaderBytes;
+    for (u32 todo = n; todo != 0; --todo) {
+        u64 size;
+        if (const Status st = walk_notify_entry<kWhat>(order, set + at, length - at, &size)) {
+            return st;
+        }
+        at += size;
+        if (todo == 1 ? length != at : length <= at) return KELVO_ERR_MSG_LENGTH;
+    }
+    *count = n;
+    return 0;
+}
+
+/// Goes to the first entry.
+inline void rewind(kelvo_notifyset_iterator& iterator) {
+    iterator.current = static_cast<u8*>(iterator.start) + kNotifyHeaderBytes;
+    iterator.index = 1;
+}
+
+/// Either interpret function: the walk, then an iterator for it.
+template <Notify kWhat>
+[[nodiscard]] Status interpret_notifyset(void* buffer, u32 length,
+                                         kelvo_notifyset_iterator** iterator_out) {
+    if (any_null(buffer, iterator_out)) {
+        const Status refused = refuse_null();
+        return length < kNotifyHeaderBytes ? KELVO_ERR_MSG_LENGTH : refused;
+    }
+    u32 count;
+    if (const Status st = walk_notifyset<kWhat>(FromNetwork{}, buffer, length, &count)) return st;
+
+    // Zero-filled, so that a caller word that nobody sets is not garbage.
+    auto* const iterator =
+        static_cast<kelvo_notifyset_iterator*>(std::calloc(1, sizeof(kelvo_notifyset_iterator)));
+    if (iterator == nullptr) return KELVO_ERR_NO_MEMORY;
+    iterator->start = buffer;
+    iterator->end = static_cast<u8*>(buffer) + length;
+    iterator->count = count;
+    rewind(*iterator);
+    *iterator_out = iterator;
+    return 0;
+}
+
+}  // namespace kelvo::wire
