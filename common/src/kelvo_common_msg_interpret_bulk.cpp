@@ -22,7 +22,7 @@ u64 bytes_left(const State& state) {
 }
 
 /// Takes the current item. The state moves only on success.
-template <u32 kTypeWord, class State>
+template <std::size_t kTypeWord, class State>
 Status step_forward(State& state, BulkItem* item) {
     auto* const at = static_cast<u8*>(state.current);
     if (const Status st = walk_bulk_item<kTypeWord>(ItemOrder{}, at, bytes_left(state), item)) {

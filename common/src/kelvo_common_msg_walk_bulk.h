@@ -44,10 +44,8 @@ struct BulkItem {
 };
 
 /// Which of an item's four words is the value type of its data.
-inline constexpr u32 kRequestTypeWord = 2;
-inline constexpr u32 kReplyTypeWord = 1;
-static_assert(offsetof(kelvo_msg_bulk_item, type) == 4 * kRequestTypeWord);
-static_assert(offsetof(kelvo_rply_bulk_item, type) == 4 * kReplyTypeWord);
+inline constexpr std::size_t kRequestTypeWord = offsetof(kelvo_msg_bulk_item, type) / 4;
+inline constexpr std::size_t kReplyTypeWord = offsetof(kelvo_rply_bulk_item, type) / 4;
 
 /// The fixed part of a request; words and leading length are converted before the length is tested.
 /// The leading string is not looked at.
@@ -107,7 +105,7 @@ template <class Order>
 }
 
 /// One item of a request (kTypeWord = kRequestTypeWord) or of a reply, which has a third text.
-template <u32 kTypeWord, class Order>
+template <std::size_t kTypeWord, class Order>
 [[nodiscard]] Status walk_bulk_item(Order order, u8* item, u64 left, BulkItem* out) {
     Cursor in(order, item, left);
     if (const Status st = in.skip(sizeof(kelvo_msg_bulk_item))) return st;
@@ -115,7 +113,7 @@ template <u32 kTypeWord, class Order>
     fixed_words(order, item, 4);
 
     BulkItem found = {};
-    for (u32 i = 0; i < 4; ++i) found.words[i] = order.read(item + 4 * std::size_t{i});
+    for (std::size_t i = 0; i < 4; ++i) found.words[i] = order.read(item + 4 * i);
     const u32 type = found.words[kTypeWord];
     if (const Status st = in.text(&found.name, Cell::before_room)) return st;
     if (const Status st = bulk_data(order, in, type, &found.data, &found.data_length)) return st;

@@ -8,6 +8,7 @@
 #include "platform/failing_memory.h"
 #include "platform/scripted_platform.h"
 #include "support/bulk_messages.h"
+#include "support/messages.h"
 
 using namespace kelvo::test;
 
@@ -109,14 +110,8 @@ TEST_F(BulkBuilder, InitFillsTheFourLeadingSlots) {
     ASSERT_EQ(init(1, leading), 0U);
     EXPECT_EQ(builder.leading.length, reversed(5));
     EXPECT_EQ(builder.leading.fill, 0U);
-    EXPECT_EQ(builder.slots[0].base, header.data());
-    EXPECT_EQ(builder.slots[0].length, 64U);
-    EXPECT_EQ(builder.slots[1].base, &builder.leading);
-    EXPECT_EQ(builder.slots[1].length, 8U);
-    EXPECT_EQ(builder.slots[2].base, leading);
-    EXPECT_EQ(builder.slots[2].length, 5U);
-    EXPECT_EQ(builder.slots[3].base, kelvo_alignment);
-    EXPECT_EQ(builder.slots[3].length, 3U);
+    expect_slots(builder.slots,
+                 {{header.data(), 64}, {&builder.leading, 8}, {leading, 5}, {kelvo_alignment, 3}});
 }
 
 TEST_F(BulkBuilder, FillOfTheLeadingStringIsThePadToEight) {
@@ -200,18 +195,14 @@ TEST_F(BulkBuilder, AddFillsTheSevenSlotsOfItsItemAndNoOthers) {
     const kelvo_bulk_item record = item(9, "name");
     kelvo_common_msg_bulk_add(&record, 1, &builder);
 
-    const kelvo_slot* const slots = builder.slots + 4 + 7;
-    const struct {
-        const void* base;
-        std::uint64_t length;
-    } expected[] = {{&builder.items[1], 16}, {&builder.name_lengths[1], 8}, {record.name, 5},
-                    {kelvo_alignment, 3},    {&builder.data_lengths[1], 8}, {record.data, 3},
-                    {kelvo_alignment, 5}};
-    for (std::size_t i = 0; i < 7; ++i) {
-        EXPECT_EQ(slots[i].base, expected[i].base) << i;
-        EXPECT_EQ(slots[i].length, expected[i].length) << i;
-    }
-    for (const std::size_t i : {4, 10, 18, 24}) EXPECT_EQ(builder.slots[i].base, nullptr) << i;
+    expect_slots(builder.slots + 4 + 7, {{&builder.items[1], 16},
+                                         {&builder.name_lengths[1], 8},
+                                         {record.name, 5},
+                                         {kelvo_alignment, 3},
+                                         {&builder.data_lengths[1], 8},
+                                         {record.data, 3},
+                                         {kelvo_alignment, 5}});
+    for (const std::size_t i : {4U, 10U, 18U, 24U}) EXPECT_EQ(builder.slots[i].base, nullptr) << i;
 }
 
 TEST_F(BulkBuilder, ItemsStayInTheSendersOrder) {

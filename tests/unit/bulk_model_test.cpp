@@ -54,7 +54,7 @@ Expected model_step(Bytes& bytes, std::uint64_t length, std::uint64_t item, bool
 
     const bool foreign = word_at(bytes, item + 16) > 65535;
     if (foreign) {
-        for (const std::uint64_t at : {0, 4, 8, 12, 16}) reverse_at(bytes, item + at);
+        for (const std::uint64_t at : {0U, 4U, 8U, 12U, 16U}) reverse_at(bytes, item + at);
     }
     for (std::size_t i = 0; i < 4; ++i) expected.words[i] = word_at(bytes, item + 4 * i);
 

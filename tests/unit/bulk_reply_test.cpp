@@ -227,7 +227,7 @@ TEST_F(BulkReply, ANameOf65536BytesReadsAsForeign) {
         {bulk_reply_item(Order::host, {2, 1, 3, 4}, std::string(65535, 'n'), {1}, "third")}));
     ASSERT_EQ(in.interpret(), 0U);
     Bytes expected = in.bytes;
-    for (const std::size_t at : {0, 4, 8, 12, 16}) reverse_at(expected, kFirst + at);
+    for (const std::size_t at : {0U, 4U, 8U, 12U, 16U}) reverse_at(expected, kFirst + at);
     EXPECT_EQ(in.next(), KELVO_ERR_MSG_CONTENT);
     EXPECT_EQ(in.bytes, expected);
     EXPECT_TRUE(untouched(in.record));
@@ -298,7 +298,7 @@ TEST_F(BulkReply, AForeignItemIsConvertedAheadOfEachTestOfItsRoom) {
         ASSERT_EQ(in.interpret(), 0U);
         Bytes expected = in.bytes;
         if (left >= 16) {
-            for (const std::size_t at : {0, 4, 8, 12, 16}) reverse_at(expected, kFirst + at);
+            for (const std::size_t at : {0U, 4U, 8U, 12U, 16U}) reverse_at(expected, kFirst + at);
         }
         if (left >= 32) {
             reverse_at(expected, kFirst + 32);

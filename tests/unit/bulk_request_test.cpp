@@ -67,7 +67,7 @@ TEST_F(BulkRequest, InterpretRefusesNullsAndAnEmptyMessageAndLogsIt) {
 TEST_F(BulkRequest, InterpretConvertsTheFixedPartAndFillsTheState) {
     Received in(bulk_request({plain_item()}));
     Bytes expected = in.bytes;
-    for (const std::size_t at : {40, 44, 48, 52, 56, 64}) reverse_at(expected, at);
+    for (const std::size_t at : {40U, 44U, 48U, 52U, 56U, 64U}) reverse_at(expected, at);
     ASSERT_EQ(in.interpret(), 0U);
     EXPECT_EQ(in.bytes, expected);
     EXPECT_EQ(in.info.start, in.bytes.data());
@@ -87,7 +87,7 @@ TEST_F(BulkRequest, InterpretConvertsBeforeItTestsTheLength) {
         Bytes bytes = bulk_request({});
         bytes.resize(68);
         Bytes expected = bytes;
-        for (const std::size_t at : {40, 44, 48, 52, 56, 64}) reverse_at(expected, at);
+        for (const std::size_t at : {40U, 44U, 48U, 52U, 56U, 64U}) reverse_at(expected, at);
         const Walled block(bytes);
         kelvo_bulk_info info = sentinel<kelvo_bulk_info>();
         EXPECT_EQ(kelvo_common_msg_bulk_interpret(block.data(), length, &info),
@@ -275,7 +275,7 @@ TEST_F(BulkRequest, ANameOf65535BytesIsNativeAndALongerOneReadsAsForeign) {
         bulk_request({bulk_item(Order::host, {1, 2, 3, 4}, std::string(65535, 'n'), {'d'})}));
     ASSERT_EQ(beyond.interpret(), 0U);
     Bytes expected = beyond.bytes;
-    for (const std::size_t at : {0, 4, 8, 12, 16}) reverse_at(expected, kFirst + at);
+    for (const std::size_t at : {0U, 4U, 8U, 12U, 16U}) reverse_at(expected, kFirst + at);
     EXPECT_EQ(beyond.next(), KELVO_ERR_MSG_CONTENT) << "0x00010000 is taken for a length of 256";
     EXPECT_EQ(beyond.bytes, expected);
     EXPECT_TRUE(untouched(beyond.record));
@@ -322,7 +322,7 @@ TEST_F(BulkRequest, ANameIsTestedForItsNulBeforeTheRoomOfItsFill) {
 TEST_F(BulkRequest, LengthsNearTheTopOf32BitsDoNotFit) {
     for (const std::uint32_t hostile : {0xFFFFFFFFU, 0xFFFFFFF9U, 0xFFFFFFF8U, 0xFFFFFFF7U,
                                         0xFFFFFFF0U, 0x80000000U, 0x7FFFFFFFU}) {
-        for (const std::size_t cell : {16, 32}) {
+        for (const std::size_t cell : {16U, 32U}) {
             for (const Order order : {Order::host, Order::network}) {
                 Bytes item = plain_item(order);
                 put_word(item, cell, order == Order::host ? hostile : reversed(hostile));
@@ -344,7 +344,7 @@ TEST_F(BulkRequest, WordsAndNameLengthAreConvertedBeforeThereIsRoomForTheName) {
         in.length = kFirst + left;
         ASSERT_EQ(in.interpret(), 0U);
         Bytes expected = in.bytes;
-        for (const std::size_t at : {0, 4, 8, 12, 16}) reverse_at(expected, kFirst + at);
+        for (const std::size_t at : {0U, 4U, 8U, 12U, 16U}) reverse_at(expected, kFirst + at);
         EXPECT_EQ(in.next(), KELVO_ERR_MSG_LENGTH) << left;
         EXPECT_EQ(in.bytes, expected) << left;
     }
@@ -367,7 +367,7 @@ TEST_F(BulkRequest, ForeignDataIsConvertedBeforeThereIsRoomForIt) {
         in.length = kFirst + left;
         ASSERT_EQ(in.interpret(), 0U);
         Bytes expected = in.bytes;
-        for (const std::size_t at : {0, 4, 8, 12, 16, 32}) reverse_at(expected, kFirst + at);
+        for (const std::size_t at : {0U, 4U, 8U, 12U, 16U, 32U}) reverse_at(expected, kFirst + at);
         for (std::uint8_t i = 0; i < 8; ++i) {
             expected[kFirst + 40 + i] = static_cast<std::uint8_t>(7 - i);
         }

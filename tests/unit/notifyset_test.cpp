@@ -119,7 +119,7 @@ TEST_F(NotifySet, LessThan32BytesAreRefusedUntouched) {
 
 TEST_F(NotifySet, ASetWithoutEntriesIsExhaustedAtOnce) {
     for (const Variant& variant : kVariants) {
-        for (const std::size_t trailing : {0, 1, 40}) {
+        for (const std::size_t trailing : {0U, 1U, 40U}) {
             Bytes set = notify_set(Order::network, 0, {});
             set.resize(32 + trailing, 0x77);
             Received in(set);
@@ -203,7 +203,7 @@ TEST_F(NotifySet, NamesAreNotCheckedForANul) {
 
 TEST_F(NotifySet, TheLastEntryEndsExactlyAtTheEnd) {
     for (const Variant& variant : kVariants) {
-        for (const std::size_t trailing : {1, 8, 56}) {
+        for (const std::size_t trailing : {1U, 8U, 56U}) {
             Bytes set = notify_set(Order::network, 1, {plain_entry(Order::network)});
             set.resize(set.size() + trailing);
             Received in(set);
@@ -229,7 +229,7 @@ TEST_F(NotifySet, LengthsNearTheTopOf32BitsDoNotFit) {
     for (const Variant& variant : kVariants) {
         for (const std::uint32_t hostile : {0xFFFFFFFFU, 0xFFFFFFF9U, 0xFFFFFFF8U, 0xFFFFFFE0U,
                                             0xFFFFFFC8U, 0x80000000U, 0x7FFFFFFFU}) {
-            for (const std::size_t cell : {8, 24, 40}) {
+            for (const std::size_t cell : {8U, 24U, 40U}) {
                 Bytes set = notify_set(Order::network, 1, {plain_entry(Order::network)});
                 put_word(set, 32 + cell, reversed(hostile));
                 Received in(set);
@@ -404,7 +404,7 @@ TEST_F(NotifySet, StartOfANullIteratorIsRefusedInSilence) {
 TEST_F(NotifySet, NextStopsAtTheEndOfTheSet) {
     Received in(notify_set(Order::network, 1, {plain_entry(Order::network)}));
     ASSERT_EQ(in.interpret(kVariants[0]), 0U);
-    for (const std::size_t end : {32, 31}) {
+    for (const std::size_t end : {32U, 31U}) {
         in.iterator->end = in.bytes.data() + end;
         const kelvo_notifyset_iterator before = *in.iterator;
         EXPECT_EQ(in.next(), KELVO_ERR_MSG_LENGTH);
@@ -415,7 +415,7 @@ TEST_F(NotifySet, NextStopsAtTheEndOfTheSet) {
 
 TEST_F(NotifySet, AFailureInsideAnEntryLeavesTheRecordPartlyFilled) {
     // Name to 24, first value to 40.
-    for (const std::size_t left : {1, 16, 23, 24, 39, 40}) {
+    for (const std::size_t left : {1U, 16U, 23U, 24U, 39U, 40U}) {
         Received in(notify_set(Order::network, 1, {plain_entry(Order::network)}));
         ASSERT_EQ(in.interpret(kVariants[0]), 0U);
         in.iterator->caller_word = 9;
@@ -444,7 +444,7 @@ TEST_F(NotifySet, AFailureInsideAnEntryLeavesTheRecordPartlyFilled) {
 
 TEST_F(NotifySet, NextDoesNotFollowAChangedLengthBeyondTheEnd) {
     for (const std::uint32_t hostile : {0xFFFFFFFFU, 0xFFFFFFF8U, 0xFFFFFFE0U, 0x80000000U}) {
-        for (const std::size_t cell : {8, 24}) {
+        for (const std::size_t cell : {8U, 24U}) {
             Received in(notify_set(Order::network, 1, {plain_entry(Order::network)}));
             ASSERT_EQ(in.interpret(kVariants[0]), 0U);
             put_word(in.bytes, 32 + cell, hostile);
@@ -487,9 +487,9 @@ kelvo_status model_interpret(Bytes& bytes, std::uint64_t length, bool values) {
     for (std::uint64_t i = 1; i <= n; ++i) {
         if (values) {
             if (length <= pos + 16) return KELVO_ERR_MSG_LENGTH;
-            for (const std::uint64_t at : {0, 4, 8}) reverse_at(bytes, pos + at);
+            for (const std::uint64_t at : {0U, 4U, 8U}) reverse_at(bytes, pos + at);
         } else {
-            for (const std::uint64_t at : {0, 4}) reverse_at(bytes, pos + at);
+            for (const std::uint64_t at : {0U, 4U}) reverse_at(bytes, pos + at);
             if (length <= pos + 16) return KELVO_ERR_MSG_LENGTH;
             reverse_at(bytes, pos + 8);
         }
