@@ -390,11 +390,13 @@ KELVO_API kelvo_status kelvo_common_msg_bulk_reply_interpret(void* reply, uint32
                                                              kelvo_bulk_reply_info* reply_info);
 
 /**
- * Takes the next item of a bulk reply, with the checks of kelvo_common_msg_bulk_next() and then,
- * for the third text, in this order: its length is converted (foreign-ordered); no room for its
- * length cell or for the text: ::KELVO_ERR_MSG_LENGTH; an empty text, or one that does not end in
- * NUL:
- * ::KELVO_ERR_MSG_CONTENT; no room for its fill: ::KELVO_ERR_MSG_LENGTH.
+ * Takes the next item of a bulk reply, with the checks of kelvo_common_msg_bulk_next() up to the
+ * data, and then for the third text, in this order:
+ *
+ *  -# (foreign-ordered) its length is converted
+ *  -# no room for its length cell or for the text: ::KELVO_ERR_MSG_LENGTH
+ *  -# an empty text, or one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT
+ *  -# no room for its fill: ::KELVO_ERR_MSG_LENGTH
  *
  * Size of the buffer and effects of a failure are as for kelvo_common_msg_bulk_next().
  *

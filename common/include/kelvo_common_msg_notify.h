@@ -112,17 +112,19 @@ KELVO_ASSERT_SIZE(kelvo_notifyset_entry, 56);
  *  -# a null pointer is logged and answered with ::KELVO_ERR_MSG_LENGTH when `length` is below 32,
  *     with ::KELVO_ERR_NULL_PARAM otherwise
  *  -# less than 32 bytes: ::KELVO_ERR_MSG_LENGTH
- *  -# the entry count is converted; then for each entry: kind and value type are converted; not
- * more than 16 bytes left: ::KELVO_ERR_MSG_LENGTH; the name length is converted; no room for name,
- *     fill and the first length cell: ::KELVO_ERR_MSG_LENGTH; the first length is converted; no
- * room for the first value, its fill and the second length cell: ::KELVO_ERR_MSG_LENGTH; the second
- *     length is converted; after the last entry, anything but exactly the end, and after any other,
- *     nothing left: ::KELVO_ERR_MSG_LENGTH
+ *  -# the entry count is converted; then for each entry
+ *     -# kind and value type are converted; not more than 16 bytes left: ::KELVO_ERR_MSG_LENGTH
+ *     -# the name length is converted; no room for name, fill and the first length cell:
+ *        ::KELVO_ERR_MSG_LENGTH
+ *     -# the first length is converted; no room for the first value, its fill and the second
+ *        length cell: ::KELVO_ERR_MSG_LENGTH
+ *     -# the second length is converted; the last entry does not end exactly at the end of the
+ *        set, or nothing is left behind another: ::KELVO_ERR_MSG_LENGTH
  *  -# ::KELVO_ERR_NO_MEMORY; 0
  *
  * The buffer must hold 8 bytes more than the set: kind and value type are converted before there is
- * known to be room for them. On failure nothing is allocated, but the buffer is partly converted
- * and is to be dropped.
+ * known to be room for them. On failure nothing is allocated, but the buffer is converted as far
+ * as the walk came, wholly when memory ran out, and is to be dropped.
  *
  * Note: a set without entries may be longer than 32 bytes. Names are not checked for a NUL.
  */
@@ -154,8 +156,8 @@ KELVO_API kelvo_status kelvo_lib_notifyset_interpret(void* buffer, uint32_t leng
  *  -# no entry left: ::KELVO_ERR_NOT_FOUND
  *  -# the entry does not lie before the end: ::KELVO_ERR_MSG_LENGTH
  *  -# the record receives value type, change kind, index, count, caller word and name
- *  -# the name with its fill reaches beyond the end: ::KELVO_ERR_MSG_LENGTH; the record receives
- * the first value and its length, null and 0 for kind 1
+ *  -# the name with its fill reaches beyond the end: ::KELVO_ERR_MSG_LENGTH; the record
+ *     receives the first value and its length, null and 0 for kind 1
  *  -# the first value with its fill reaches beyond the end: ::KELVO_ERR_MSG_LENGTH; the record
  *     receives the second value and its length, null and 0 for kind 4
  *  -# `kind_and_type_out` is written, the iterator moves on; 0
