@@ -28,6 +28,7 @@ void Platform::reset() {
     debug_lines.clear();
     trace_records.clear();
     calls.clear();
+    tree_is_broken = false;
 
     strerror = [](kelvo_status status) -> const char* {
         thread_local char text[32];
@@ -328,6 +329,7 @@ ordered_tree_node* ordered_tree_insert(ordered_tree_node** root, ordered_tree_no
 
 ordered_tree_node* ordered_tree_delete(ordered_tree_node** root, const ordered_tree_node* probe,
                                        ordered_tree_compare compare) {
+    if (platform().tree_is_broken) return nullptr;
     ordered_tree_node** link = root;
     while (*link != nullptr && compare(*link, probe) == 0) link = &(*link)->right;
     ordered_tree_node* const found = *link;

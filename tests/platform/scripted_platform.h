@@ -61,6 +61,9 @@ struct Platform {
     /// Packed tuples of tests are plain arrays of texts; see packed_tuple().
     std::function<kelvo_status()> unpack_tuple;
 
+    /// While set, the ordered tree finds nothing to delete.
+    bool tree_is_broken = false;
+
     Platform() { reset(); }
 
     /// Forgets all records and restores the default answers: node 0x10, a route processor of a
