@@ -56,6 +56,16 @@ inline void reverse32(void* at) noexcept {
     store32(at, swap32(load32(at)));
 }
 
+/// The two words of a 64-bit field, in the order in which they lie in memory. They travel as two
+/// words, each converted by itself.
+struct WordPair {
+    u32 first;
+    u32 second;
+};
+[[nodiscard]] constexpr WordPair words_of(u64 field) noexcept {
+    return std::bit_cast<WordPair>(field);
+}
+
 /// Fill after a variable-length piece, so that the next field starts at a multiple of 8.
 [[nodiscard]] constexpr u32 pad8(u32 length) noexcept {
     return (0U - length) & 7U;

@@ -68,6 +68,21 @@ void fixed_words(Order& order, u8* first, u32 count) noexcept {
     for (u32 i = 0; i < count; ++i) order.fixed(first + 4 * std::size_t{i});
 }
 
+/// Reads `count` adjacent words of a fixed part.
+template <class Order>
+void read_words(Order& order, const u8* first, u32 count, u32* words) noexcept {
+    for (u32 i = 0; i < count; ++i) words[i] = order.read(first + 4 * std::size_t{i});
+}
+
+/// Passes a single word. @return it in host order
+template <class Order>
+[[nodiscard]] u32 pass_word(Order& order, u8* at) noexcept {
+    order.arrive(at);
+    const u32 word = order.read(at);
+    order.depart(at);
+    return word;
+}
+
 /// When a converting walk touches a length cell: once there is room for the cell, or before. The
 /// second reads up to four bytes past a message that ends there; which messages do so is part of
 /// the protocol, and their headers say how large the buffer must be.
@@ -91,9 +106,7 @@ class Cursor {
     /// A cell that holds a count or a type.
     [[nodiscard]] Status cell(u32* word) noexcept {
         if (left_ < kCellBytes) return KELVO_ERR_MSG_LENGTH;
-        order_.arrive(at_);
-        *word = order_.read(at_);
-        order_.depart(at_);
+        *word = pass_word(order_, at_);
         advance(kCellBytes);
         return 0;
     }

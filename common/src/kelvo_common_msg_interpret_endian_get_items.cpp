@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Get-items, converted in place from network order.
+#include "kelvo_common_msg_walk_get_items.h"
+
+using namespace kelvo;
+using namespace kelvo::wire;
+
+kelvo_status kelvo_common_msg_get_items_interpret_endian_ntoh(void* msg, uint32_t length,
+                                                              char** base_path, char*** names,
+                                                              uint32_t* count,
+                                                              uint32_t* request_argument) {
+    return walk_get_items(FromNetwork{}, msg, length, {base_path, names, count, request_argument});
+}
