@@ -35,12 +35,15 @@ KELVO_ASSERT_SIZE(kelvo_msg_copy, 48);
  * of path b. Header area, cells and paths must stay as they are until the list has been sent.
  * Nothing is tested and nothing can fail.
  *
- * @param header                  the caller's header area of 48 bytes (::kelvo_msg_copy)
- * @param len_cell_a, len_cell_b,
- *        len_cell_c              8-byte cells for the lengths of the paths
- * @param path_a, path_b, path_c  NUL-terminated texts
- * @param copy_argument           passed through
- * @param list                    receives 10 slots
+ * @param header         the caller's header area of 48 bytes (::kelvo_msg_copy)
+ * @param len_cell_a     8-byte cell for the length of path a
+ * @param len_cell_b     likewise for path b
+ * @param len_cell_c     likewise for path c
+ * @param path_a         NUL-terminated text
+ * @param path_b         NUL-terminated text
+ * @param path_c         NUL-terminated text
+ * @param copy_argument  passed through
+ * @param list           receives 10 slots
  * @return 0; not a status
  *
  * Note: path c travels first.
@@ -62,10 +65,12 @@ KELVO_API uint32_t kelvo_common_msg_copy_compose(void* header, uint32_t* len_cel
  * ::KELVO_ERR_MSG_CONTENT; no room for its fill: ::KELVO_ERR_MSG_LENGTH
  *  -# bytes left over: ::KELVO_ERR_MSG_LENGTH
  *
- * @param msg                   the message
- * @param length                its length in bytes
- * @param first, second, third  receive the paths in wire order, as pointers into the message
- * @param copy_argument         receives the copy argument
+ * @param msg            the message
+ * @param length         its length in bytes
+ * @param first          receives the first path in wire order, a pointer into the message
+ * @param second         likewise the second
+ * @param third          likewise the third
+ * @param copy_argument  receives the copy argument
  *
  * On failure no output is written, but the message is partly converted and is to be dropped.
  */

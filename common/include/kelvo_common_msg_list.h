@@ -245,8 +245,7 @@ KELVO_API kelvo_status kelvo_lib_rply_list_interpret_endian_ntoh(void* reply, ui
  * room for the value, its fill and the second length cell: ::KELVO_ERR_MSG_LENGTH
  *  -# the second value's length is converted, then the value by the same type, unless it is empty
  *  -# unless this is the group's last entry, the reply ends with the second value's fill, or
- * before:
- *     ::KELVO_ERR_MSG_LENGTH
+ * before: ::KELVO_ERR_MSG_LENGTH
  *
  * @return 0 or a status
  *

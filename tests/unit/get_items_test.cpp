@@ -233,7 +233,13 @@ TEST_P(GetItems, WithoutNamesAnArrayIsAllocatedNevertheless) {
     Bytes bytes = message(reader().order, 0);
     bytes.resize(kCells[1]);
     Out out;
-    ASSERT_EQ(reader()(bytes.data(), bytes.size(), out), 0U);
+    {
+        const FailingMemory count;
+        ASSERT_EQ(reader()(bytes.data(), bytes.size(), out), 0U);
+        EXPECT_EQ(FailingMemory::outstanding(), 1);
+        EXPECT_GT(FailingMemory::bytes(), 0U)
+            << "some allocators answer null to a request for none";
+    }
     EXPECT_NE(out.names, nullptr);
     EXPECT_NE(out.names, &Out::unset_array);
     EXPECT_EQ(out.count, 0U);
