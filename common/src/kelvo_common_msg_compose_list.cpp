@@ -16,8 +16,9 @@ void compose(u32 type, void* header, u32* first_len_slot, u32* second_len_slot,
     const WordPair first = words_of(value1);
     const WordPair second = words_of(value2);
     start_message(msg, type);
-    send_words(msg + offsetof(kelvo_msg_list, word1),
-               {word1, first.first, first.second, second.first, second.second, word2, word3, word4});
+    send_words(
+        msg + offsetof(kelvo_msg_list, word1),
+        {word1, first.first, first.second, second.first, second.second, word2, word3, word4});
     Gather<> out(gather);
     out.block(msg, sizeof(kelvo_msg_list));
     out.text(first_len_slot, first_string);

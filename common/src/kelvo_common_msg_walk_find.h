@@ -24,7 +24,7 @@ struct FindOut {
 /// The block of five words that readers hand out together: both values and word 2.
 inline constexpr u32 kFindBlockWords = 5;
 static_assert(offsetof(kelvo_msg_find, word3) ==
-              offsetof(kelvo_msg_find, value1) + 4 * kFindBlockWords);
+              offsetof(kelvo_msg_find, value1) + sizeof(u32) * kFindBlockWords);
 
 /// A find, all its checks. The words of the fixed part are left to the readers: a sending walk has
 /// none to hand out.

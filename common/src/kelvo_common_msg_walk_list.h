@@ -24,7 +24,7 @@ struct ListOut {
 /// The block of five words that readers hand out together: both values and word 2.
 inline constexpr u32 kListBlockWords = 5;
 static_assert(offsetof(kelvo_msg_list, word3) ==
-              offsetof(kelvo_msg_list, value1) + 4 * kListBlockWords);
+              offsetof(kelvo_msg_list, value1) + sizeof(u32) * kListBlockWords);
 
 template <class Order>
 [[nodiscard]] Status walk_list(Order order, void* message, u64 length, const ListOut& out) {
