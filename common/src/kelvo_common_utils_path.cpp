@@ -69,13 +69,26 @@ class Scratch {
 constexpr std::size_t kExpressionExtra = sizeof "^(()/)$" - 1;
 constexpr int kFlags = KELVO_REGEX_EXTENDED | KELVO_REGEX_NOSUB;
 
+/// @return where the next piece goes
+char* append(char* out, const char* piece, std::size_t bytes) {
+    std::memcpy(out, piece, bytes);
+    return out + bytes;
+}
+
 /// Writes the expression that matches whole components: "ab*/" becomes "^((ab*)/)$".
 void write_expression(char* out, const char* component) {
+    constexpr char kBegin[] = {'^', '(', '('};
+    constexpr char kEnd[] = "))$";
+    constexpr char kEndWithSlash[] = ")/)$";
     const std::size_t chars = std::strlen(component);
     const bool slash = component[chars - 1] == '/';
-    out = static_cast<char*>(mempcpy(out, "^((", 3));
-    out = static_cast<char*>(mempcpy(out, component, slash ? chars - 1 : chars));
-    std::strcpy(out, slash ? ")/)$" : "))$");
+    out = append(out, kBegin, sizeof kBegin);
+    out = append(out, component, slash ? chars - 1 : chars);
+    if (slash) {
+        append(out, kEndWithSlash, sizeof kEndWithSlash);
+    } else {
+        append(out, kEnd, sizeof kEnd);
+    }
 }
 
 /// Fills a cleared element with the component at the start of `path`.
