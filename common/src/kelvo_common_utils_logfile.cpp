@@ -78,9 +78,10 @@ void prepare_writing() {
         local.tm_min, local.tm_sec, static_cast<int>(now.tv_usec / 1000),
         static_cast<int>(procmgr_get_job_id()), static_cast<long>(gettid()), tag);
     const int prefix = std::clamp(wanted, 0, KELVO_LOGFILE_PREFIX_CHARS);
-    (void)std::vsnprintf(log_file.line + prefix,
-                         static_cast<std::size_t>(KELVO_LOGFILE_LINE_BYTES - prefix), format,
-                         arguments);
+    const auto room = static_cast<std::size_t>(KELVO_LOGFILE_LINE_BYTES - prefix);
+    // The analyser does not follow a va_list through a call.
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
+    (void)std::vsnprintf(log_file.line + prefix, room, format, arguments);
 }
 
 /// Writes the shared line, or starts the file again when it is full. With the lock held.
