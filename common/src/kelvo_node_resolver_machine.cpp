@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The state machine. It knows the table's operations and nothing of what the table says: every
+// state is followed as it stands, and a state that cannot be followed ends the process, since no
+// path can bring one about.
+#include "kelvo_node_resolver_machine.h"
+
+#include "kelvo_assert.h"
+#include "kelvo_node_resolver_hash.h"
+#include "kelvo_node_resolver_state.h"
+#include "kelvo_util_path.h"
+
+using namespace kelvo;
+using namespace kelvo::nr;
+
+namespace {
+
+constexpr u32 kManagementRegexp = KELVO_NR_OPT_REGEXP | KELVO_NR_OPT_MANAGEMENT;
+
+bool holds_regexp(const char* text) {
+    u32 is_regexp = 0;
+    (void)kelvo_util_path_is_regexp(text, &is_regexp, 0);
+    return is_regexp != 0;
+}
+
+/// A walk: the path, the component it has come to, and what is known so far.
+class Walk {
+  public:
+    Walk(char* path, u32 options)
+        : path_(path), options_(options), verdict_{KELVO_NR_DFA_INVALID, 0, path} {}
+
+    [[nodiscard]] const Verdict& verdict() const { return verdict_; }
+    void decide(u32 result) { verdict_.result = result; }
+    void add_flags(u32 flags) { verdict_.flags |= flags; }
+
+    /// Goes to the next component. @return whether there is one
+    bool advance() {
+        hash_ = 0;
+        hashed_ = false;
+        verdict_.component += std::strcspn(verdict_.component, "/");
+        if (*verdict_.component == '/') ++verdict_.component;
+        return *verdict_.component != '\0';
+    }
+
+    /// Compares the component's hash, which is computed once.
+    bool matches(u32 hash) {
+        if (!hashed_) hash_ = hash_of(verdict_.component);
+        hashed_ = true;
+        return hash_ == hash;
+    }
+
+    /// Whether a component that matched no name ends the walk: one that holds a regular expression
+    /// does, for a management client that may use them, and so does one too long to be tested.
+    bool ends_at_regexp() {
+        if ((options_ & kManagementRegexp) != kManagementRegexp) return false;
+        char component[512];
+        if (!copy_component(component, verdict_.component)) {
+            qor_errmsg(&qor_msg_rec_kelvoutils_internal_state, 7, "NR DFA pathname overrun");
+            return true;
+        }
+        if (!holds_regexp(component)) return false;
+        KELVO_NR_DEBUG_DFA("Regexp path '%s' found in '%s'", component, path_);
+        add_flags(KELVO_NR_PATH_REGEXP);
+        return true;
+    }
+
+    /// Whether the component stands for several nodes or interfaces, for a caller that may say so.
+    bool decides_wildcard() {
+        if ((options_ & KELVO_NR_OPT_REGEXP) == 0) return false;
+        const Terminated component(verdict_.component);
+        if (!holds_regexp(verdict_.component)) return false;
+        decide((options_ & KELVO_NR_OPT_MANAGEMENT) != 0 ? KELVO_NR_DFA_ALL_LOCAL
+                                                         : KELVO_NR_DFA_LOCAL);
+        return true;
+    }
+
+    void trace(u32 from, u32 to) const {
+        KELVO_NR_DEBUG_DFA(
+            "Transition from state %d to state %d, with hash cache %u, for path '%s'",
+            static_cast<i32>(from), static_cast<i32>(to), hash_, path_);
+    }
+
+  private:
+    char* path_;
+    u32 options_;
+    Verdict verdict_;
+    u32 hash_ = 0;
+    bool hashed_ = false;
+};
+
+[[gnu::cold]] void refuse_state(u32 number) {
+    qor_errmsg(&qor_msg_rec_kelvoutils_unexpected_value, 7, "DFA state", number);
+    KELVO_ASSERT(false, "0", kUnit);
+}
+
+/// Performs one state. @return whether the walk goes on, to *next
+bool step(Walk& walk, u32 number, u32* next) {
+    const kelvo_nr_dfa_state& at = kelvo_nr_dfa_state_table[number];
+    *next = at.on_success;
+    switch (at.operation) {
+        case KELVO_NR_DFA_ADVANCE:
+            if (!walk.advance()) *next = at.on_failure;
+            return true;
+        case KELVO_NR_DFA_RESULT:
+            walk.decide(at.argument);
+            return false;
+        case KELVO_NR_DFA_SET_FLAG:
+            walk.add_flags(at.argument);
+            return true;
+        case KELVO_NR_DFA_MATCH:
+            if (walk.matches(at.argument)) return true;
+            *next = at.on_failure;
+            return !walk.ends_at_regexp();
+        case KELVO_NR_DFA_NO_OPERATION:
+            return true;
+        case KELVO_NR_DFA_WILDCARD_TEST:
+            return !walk.decides_wildcard();
+        default:
+            refuse_state(number);
+            return false;
+    }
+}
+
+}  // namespace
+
+Verdict nr::run_dfa(char* path, u32 options) {
+    Walk walk(path, options);
+    u32 number = kelvo_nr_dfa_start_state;
+    u32 next;
+    while (step(walk, number, &next)) {
+        walk.trace(number, next);
+        number = next;
+    }
+    return walk.verdict();
+}
