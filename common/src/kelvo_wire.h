@@ -143,6 +143,7 @@ class Cursor {
     /// A message that demands its exact length has nothing left here.
     [[nodiscard]] Status end() const noexcept { return left_ == 0 ? 0 : KELVO_ERR_MSG_LENGTH; }
 
+    [[nodiscard]] Order& order() const noexcept { return order_; }
     [[nodiscard]] u8* at() const noexcept { return at_; }
     [[nodiscard]] u64 left() const noexcept { return left_; }
 

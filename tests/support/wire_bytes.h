@@ -48,6 +48,13 @@ class Message {
         put_word(bytes_, 24, type);
     }
 
+    /// A message that begins with other bytes than a request's header.
+    static Message of_bytes(Order order, const Bytes& bytes) {
+        Message message(order);
+        message.bytes_ = bytes;
+        return message;
+    }
+
     Message& word(std::uint32_t value) {
         append(order_ == Order::network ? reversed(value) : value);
         return *this;

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The registration requests that carry an array of counted strings: VRFN registration and
+// configuration groups. A message may claim any number of strings, but each that is read takes 16
+// bytes, cell and padded text. So the array of pointers needs no more places than the message can
+// fill.
+#include <algorithm>
+#include <cstdlib>
+
+#include "kelvo_common_msg_registration.h"
+#include "kelvo_wire.h"
+
+using namespace kelvo;
+using namespace kelvo::wire;
+
+namespace {
+
+constexpr u32 kShortestString = kCellBytes + 8;
+
+/// An array for `count` strings, or as many as `left` bytes have room for. Null when there is no
+/// memory.
+char** allocate_texts(u32 count, u64 left) {
+    const u64 places = std::min<u64>(count, left / kShortestString);
+    return static_cast<char**>(std::malloc(std::max<u64>(places, 1) * sizeof(char*)));
+}
+
+/// The paths of a VRFN registration, to the end of the message.
+Status read_paths(Cursor<HostOrder>& in, u32 count, char** paths) {
+    for (u32 i = 0; i < count; ++i) {
+        if (const Status st = in.text(&paths[i])) return st;
+    }
+    return in.end();
+}
+
+/// The names of a configuration-group request, whose lengths are still in network order. Each round
+/// converts the word at the cursor before it tests anything, and a name that fails stays at the
+/// cursor for all rounds that remain: of their conversions only an odd one is left.
+Status read_names(Cursor<FromNetwork>& in, u32 count, char** names) {
+    for (u32 i = 0; i < count; ++i) {
+        if (const Status st = in.text(&names[i], Cell::before_room)) {
+            if ((count - i - 1) % 2 != 0) in.order().arrive(in.at());
+            return st;
+        }
+    }
+    return 0;
+}
+
+constexpr char kGroupPrefix[] = "cfg/gl/a/config-group/";
+constexpr u64 kGroupPrefixChars = sizeof kGroupPrefix - 1;
+
+/// "<prefix><names with | between them>/" in a new block. Null when there is no memory.
+char* compose_group_path(char* const* names, u32 count) {
+    u64 chars = kGroupPrefixChars + 1;
+    for (u32 i = 0; i < count; ++i) chars += std::strlen(names[i]) + (i != 0 ? 1 : 0);
+    auto* const path = static_cast<char*>(std::malloc(chars + 1));
+    if (path == nullptr) return nullptr;
+
+    char* at = path;
+    std::memcpy(at, kGroupPrefix, kGroupPrefixChars);
+    at += kGroupPrefixChars;
+    for (u32 i = 0; i < count; ++i) {
+        if (i != 0) *at++ = '|';
+        const std::size_t name_chars = std::strlen(names[i]);
+        std::memcpy(at, names[i], name_chars);
+        at += name_chars;
+    }
+    *at++ = '/';
+    *at = '\0';
+    return path;
+}
+
+/// Names, path, and then only the test for bytes left over. The path is the caller's.
+Status read_group_path(u8* msg, u32 length, u32 count, char** names, char** path) {
+    FromNetwork order;
+    Cursor in(order, msg, length);
+    if (const Status st = in.skip(sizeof(kelvo_msg_cfg_grp))) return st;
+    if (const Status st = read_names(in, count, names)) return st;
+    char* const composed = compose_group_path(names, count);
+    if (composed == nullptr) return KELVO_ERR_NO_MEMORY;
+    if (const Status st = in.end()) {
+        std::free(composed);
+        return st;
+    }
+    *path = composed;
+    return 0;
+}
+
+}  // namespace
+
+kelvo_status kelvo_common_msg_vrfn_reg_interpret(void* msg, uint32_t length,
+                                                 uint32_t* registration_id, uint32_t* w2,
+                                                 void** client_block, uint32_t* w3, uint32_t* w4,
+                                                 uint32_t* w5, uint32_t* count, uint32_t* w7,
+                                                 char*** paths, uint32_t* w6) {
+    auto* const bytes = static_cast<u8*>(msg);
+    HostOrder order;
+    Cursor in(order, bytes, length);
+    if (const Status st = in.skip(sizeof(kelvo_msg_vrfn_reg))) return st;
+    const u32 claimed = load32(bytes + offsetof(kelvo_msg_vrfn_reg, count));
+    if (claimed == 0) return KELVO_ERR_MSG_CONTENT;
+    char** const texts = allocate_texts(claimed, in.left());
+    if (texts == nullptr) return KELVO_ERR_NO_MEMORY;
+    if (const Status st = read_paths(in, claimed, texts)) {
+        std::free(texts);
+        return st;
+    }
+
+    *registration_id = load32(bytes + offsetof(kelvo_msg_vrfn_reg, registration_id));
+    *w2 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w2));
+    *client_block = bytes + offsetof(kelvo_msg_vrfn_reg, client_block);
+    *w3 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w3));
+    *w4 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w4));
+    *w5 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w5));
+    *count = claimed;
+    *w7 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w7));
+    *paths = texts;
+    *w6 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w6));
+    return 0;
+}
+
+kelvo_status kelvo_common_msg_cfg_grp_interpret(void* msg, uint32_t length, char** path,
+                                                uint32_t* x, uint32_t* record, uint32_t* y,
+                                                uint32_t* count, uint32_t* w1) {
+    auto* const bytes = static_cast<u8*>(msg);
+    if (length < sizeof(kelvo_msg_cfg_grp)) return KELVO_ERR_MSG_LENGTH;
+    const u32 claimed = load32(bytes + offsetof(kelvo_msg_cfg_grp, count));
+    char** const names = allocate_texts(claimed, length - sizeof(kelvo_msg_cfg_grp));
+    if (names == nullptr) return KELVO_ERR_NO_MEMORY;
+    char* composed;
+    const Status st = read_group_path(bytes, length, claimed, names, &composed);
+    std::free(names);
+    if (st != 0) return st;
+
+    // What the node resolver answers for every configuration path.
+    constexpr u32 kRecord[KELVO_CFG_GRP_RECORD_WORDS] = {0xc4653601, KELVO_NODEID_INVALID, 0, 0,
+                                                         KELVO_NODEID_INVALID};
+    *path = composed;
+    *x = 0xFFFFFFFF;
+    std::copy(std::begin(kRecord), std::end(kRecord), record);
+    *y = 4;
+    *count = claimed;
+    *w1 = load32(bytes + offsetof(kelvo_msg_cfg_grp, w1));
+    return 0;
+}

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The walks over registration requests. What interpretation and conversion share, because their
+// steps come in the same order, is written once over the byte order; what a conversion does and
+// does not check is its own.
+#pragma once
+
+#include "kelvo_common_msg_registration.h"
+#include "kelvo_wire.h"
+
+namespace kelvo::wire {
+
+/// What VS and EDMS registrations have between their fixed words and their pairs: path and number
+/// of pairs. `path_cell` is the offset of the path's length.
+template <class Order>
+[[nodiscard]] Status walk_path_and_count(Cursor<Order>& in, u64 path_cell, char** path,
+                                         u32* pairs) {
+    if (const Status st = in.skip(path_cell)) return st;
+    if (const Status st = in.text(path)) return st;
+    return in.cell(pairs);
+}
+
+/// The startup pairs that end a message. A pair that is received is converted before there is known
+/// to be room for it. `take(job_id, node_id)` is given each pair and says how that went.
+template <class Order, class Take>
+[[nodiscard]] Status walk_pairs(Cursor<Order>& in, u32 count, Take take) {
+    Order& order = in.order();
+    for (u32 k = 0; k < count; ++k) {
+        u8* const job_id = in.at() + offsetof(kelvo_startup_pair, job_id);
+        u8* const node_id = in.at() + offsetof(kelvo_startup_pair, node_id);
+        order.arrive(job_id);
+        order.arrive(node_id);
+        if (const Status st = in.skip(sizeof(kelvo_startup_pair))) return st;
+        if (const Status st = take(order.read(job_id), order.read(node_id))) return st;
+        order.depart(job_id);
+        order.depart(node_id);
+    }
+    return in.end();
+}
+
+/// Conversion of an EDM registration. The first is checked, the second length is
+/// not even known to be inside the message.
+template <class Order>
+[[nodiscard]] Status convert_edm_reg(Order order, void* message, u64 length) {
+    auto* const msg = static_cast<u8*>(message);
+    fixed_words(order, msg + offsetof(kelvo_msg_edm_reg, w1), 5);
+    Cursor in(order, msg, length);
+    char* first;
+    if (const Status st = in.skip(offsetof(kelvo_msg_edm_reg, first))) return st;
+    if (const Status st = in.text(&first)) return st;
+    order.fixed(in.at());
+    return 0;
+}
+
+/// Conversion of an NFN registration: the path's length is converted unseen.
+template <class Order>
+[[nodiscard]] Status convert_nfn_reg(Order order, void* message, u64 length) {
+    auto* const msg = static_cast<u8*>(message);
+    fixed_words(order, msg + offsetof(kelvo_msg_nfn_reg, registration_id), 2);
+    order.fixed(msg + offsetof(kelvo_msg_nfn_reg, parameter));
+    if (length < offsetof(kelvo_msg_nfn_reg, path)) return KELVO_ERR_MSG_LENGTH;
+    order.fixed(msg + offsetof(kelvo_msg_nfn_reg, path));
+    return 0;
+}
+
+/// Conversion of path and pairs of a VS or EDMS registration.
+template <class Order>
+[[nodiscard]] Status convert_path_and_pairs(Order& order, u8* message, u64 length, u64 path_cell) {
+    Cursor in(order, message, length);
+    char* path;
+    u32 pairs;
+    if (const Status st = walk_path_and_count(in, path_cell, &path, &pairs)) return st;
+    return walk_pairs(in, pairs, [](u32, u32) -> Status { return 0; });
+}
+
+template <class Order>
+[[nodiscard]] Status convert_vs_reg(Order order, void* message, u64 length) {
+    auto* const msg = static_cast<u8*>(message);
+    order.fixed(msg + offsetof(kelvo_msg_vs_reg, registration_id));
+    order.fixed(msg + offsetof(kelvo_msg_vs_reg, parameter));
+    return convert_path_and_pairs(order, msg, length, offsetof(kelvo_msg_vs_reg, path));
+}
+
+template <class Order>
+[[nodiscard]] Status convert_edms_reg(Order order, void* message, u64 length) {
+    auto* const msg = static_cast<u8*>(message);
+    order.fixed(msg + offsetof(kelvo_msg_edms_reg, parameter));
+    return convert_path_and_pairs(order, msg, length, offsetof(kelvo_msg_edms_reg, path));
+}
+
+/// The path lengths of a VRFN registration, which are converted without being checked: `rounds`
+/// rounds that each convert the word at the cursor and pass over the path if `left` bytes hold it.
+/// A round that does not get on leaves the word for the next one, which sees it in the other byte
+/// order. So the second round on one word decides: if neither order fits, all others stay, too, and
+/// of their conversions only an odd one is left.
+template <class Order>
+void convert_vrfn_paths(Order& order, u8* at, u32 left, u32 rounds) {
+    while (rounds > 0) {
+        u32 length = pass_word(order, at);
+        --rounds;
+        if (left < kCellBytes + padded8(length)) {
+            if (rounds == 0) return;
+            length = network32(length);
+            (void)pass_word(order, at);
+            --rounds;
+            if (left < kCellBytes + padded8(length)) {
+                if (rounds % 2 != 0) (void)pass_word(order, at);
+                return;
+            }
+        }
+        at += kCellBytes + padded8(length);
+        left -= static_cast<u32>(kCellBytes + padded8(length));
+    }
+}
+
+/// Conversion of a VRFN registration. The bytes left are counted in 32 bits, and for a message
+/// shorter than its fixed part they are nearly 4 GiB; meant.
+template <class Order>
+void convert_vrfn_reg(Order order, void* message, u32 length) {
+    auto* const msg = static_cast<u8*>(message);
+    fixed_words(order, msg + offsetof(kelvo_msg_vrfn_reg, registration_id), 2);
+    fixed_words(order, msg + offsetof(kelvo_msg_vrfn_reg, w3), 4);
+    const u32 paths = pass_word(order, msg + offsetof(kelvo_msg_vrfn_reg, count));
+    order.fixed(msg + offsetof(kelvo_msg_vrfn_reg, w7));
+
+    constexpr u32 kFixed = sizeof(kelvo_msg_vrfn_reg);
+    convert_vrfn_paths(order, msg + kFixed, length - kFixed, paths);
+}
+
+/// Conversion of a registration activate. The entries are not checked against the length; meant.
+template <class Order>
+[[nodiscard]] Status convert_reg_activate(Order order, void* message, u64 length) {
+    if (length < sizeof(kelvo_msg_reg_activate)) return KELVO_ERR_MSG_LENGTH;
+    auto* const msg = static_cast<u8*>(message);
+    fixed_words(order, msg + offsetof(kelvo_msg_reg_activate, w1), 2);
+    const u32 entries = pass_word(order, msg + offsetof(kelvo_msg_reg_activate, entries));
+    fixed_words(order, msg + sizeof(kelvo_msg_reg_activate), entries);
+    return 0;
+}
+
+}  // namespace kelvo::wire

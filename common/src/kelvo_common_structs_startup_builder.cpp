@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The builder of startup lists and its set of pairs: open addressing with linear probing, at most
+// half full. The hash is salted, so that nobody can choose pairs that meet in one place.
+#include <sys/random.h>
+
+#include "kelvo_common_structs_startup_list.h"
+
+using namespace kelvo;
+
+bool PairSet::reserve() {
+    if ((used_ + 2) * 2 <= capacity_) return true;
+    const std::size_t capacity = capacity_ == 0 ? kFirstSlots : capacity_ * 2;
+    auto* const slots = static_cast<u64*>(std::calloc(capacity, sizeof(u64)));
+    if (slots == nullptr) return false;
+    // Without entropy the salt stays 0, and only the protection against chosen pairs is lost.
+    if (capacity_ == 0) (void)!getrandom(salt_, sizeof salt_, GRND_NONBLOCK);
+
+    u64* const old_slots = slots_;
+    const std::size_t old_capacity = capacity_;
+    slots_ = slots;
+    capacity_ = capacity;
+    used_ = 0;
+    for (std::size_t i = 0; i < old_capacity; ++i) {
+        if (old_slots[i] != 0) put(old_slots[i]);
+    }
+    std::free(old_slots);
+    return true;
+}
+
+void PairSet::add(u32 job_id, u32 node_id) {
+    put(key(job_id, node_id));
+    put(key(job_id, KELVO_NODEID_INVALID));
+}
+
+/// Where a key stands, or the free slot where it would.
+std::size_t PairSet::slot_of(u64 key) const {
+    u64 hash = (key ^ salt_[0]) * (salt_[1] | 1);
+    hash = (hash ^ hash >> 32) * (salt_[0] | 1);
+    std::size_t slot = static_cast<std::size_t>(hash >> 32) & (capacity_ - 1);
+    while (slots_[slot] != 0 && slots_[slot] != key) slot = (slot + 1) & (capacity_ - 1);
+    return slot;
+}
+
+bool PairSet::holds(u64 key) const {
+    return key == 0 ? holds_zero_ : slots_[slot_of(key)] != 0;
+}
+
+void PairSet::put(u64 key) {
+    if (key == 0) {
+        holds_zero_ = true;
+        return;
+    }
+    u64& slot = slots_[slot_of(key)];
+    if (slot == 0) ++used_;
+    slot = key;
+}
+
+kelvo_status StartupListBuilder::add(u32 job_id, u32 node_id) {
+    if (list_ == nullptr || list_->count < kShort) {
+        return kelvo_common_startup_list_add(&list_, job_id, node_id);
+    }
+    if (list_->count == kShort && !remember_list()) return KELVO_ERR_NO_MEMORY;
+    if (pairs_.matches(job_id, node_id)) return KELVO_ERR_ALREADY_EXISTS;
+    if (!pairs_.reserve()) return KELVO_ERR_NO_MEMORY;
+    if (const kelvo_status st = startup_list_link(&list_, job_id, node_id)) return st;
+    pairs_.add(job_id, node_id);
+    return 0;
+}
+
+bool StartupListBuilder::remember_list() {
+    for (const kelvo_startup_list* entry = list_; entry != nullptr; entry = entry->next) {
+        if (!pairs_.reserve()) return false;
+        pairs_.add(entry->job_id, entry->node_id);
+    }
+    return true;
+}
+
+void StartupListBuilder::discard() {
+    if (list_ != nullptr) kelvo_common_startup_list_free(&list_);
+}
