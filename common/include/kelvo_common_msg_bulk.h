@@ -226,21 +226,26 @@ KELVO_API kelvo_status kelvo_common_msg_bulk_init(void* header, uint32_t count, 
  *
  * Of the record, operation 2 sends the pair `op2_data`, `op2_data_length`, and `op2_type` as the
  * type unless that is 0; every other operation sends `data`, `data_length` and `type`. The data may
- * be null when its length is 0. A name of more than ::KELVO_BULK_NAME_MAX bytes with its NUL is
- * sent, but the receiver will misread it.
+ * be null when its length is 0. Nothing is tested and nothing can fail.
  *
  * @param record   the item
- * @param index    its place, counted from 0; must be below the count (it is not checked)
+ * @param index    its place, counted from 0; must be below the count
  * @param builder  from kelvo_common_msg_bulk_init()
  *
  * Items may be added in any order; adding one again replaces it.
+ *
+ * Note: a name of more than ::KELVO_BULK_NAME_MAX bytes with its NUL is sent, but a receiver of the
+ * sender's byte order misreads it. One of the other order misreads it when its length is a multiple
+ * of 65536.
  */
 KELVO_API void kelvo_common_msg_bulk_add(const kelvo_bulk_item* record, uint32_t index,
                                          kelvo_bulk_builder* builder);
 
 /**
  * Releases the four arrays of a builder and sets their pointers to null, so that a second call does
- * nothing. A null builder is logged. The builder itself is the caller's.
+ * nothing. The builder itself is the caller's.
+ *
+ * @param builder  from kelvo_common_msg_bulk_init(); null is logged
  */
 KELVO_API void kelvo_common_msg_bulk_free(kelvo_bulk_builder* builder);
 /**@}*/
@@ -282,7 +287,13 @@ KELVO_ASSERT_SIZE(kelvo_bulk_info, 72);
 
 /**
  * Converts the fixed part of a received bulk request in place from network order and prepares to
- * walk its items. In this order:
+ * walk its items.
+ *
+ * @param msg        the message
+ * @param length     its length in bytes
+ * @param bulk_info  receives the reader state, which stands before the first item
+ *
+ * Steps, in this order:
  *
  *  -# `msg` or `bulk_info` null, or length 0: logged, ::KELVO_ERR_NULL_PARAM
  *  -# the five words at 40 to 56 and the leading length at 64 are converted, whatever the length
@@ -300,7 +311,13 @@ KELVO_API kelvo_status kelvo_common_msg_bulk_interpret(void* msg, uint32_t lengt
                                                        kelvo_bulk_info* bulk_info);
 
 /**
- * Takes the next item of a bulk request. In this order:
+ * Takes the next item of a bulk request.
+ *
+ * @param bulk_info   from kelvo_common_msg_bulk_interpret()
+ * @param record_out  receives the item. Its data stands in the second pair for operation 2 and in
+ *                    the first otherwise, the other pair being null and 0; empty data is null
+ *
+ * Steps, in this order:
  *
  *  -# `bulk_info` or `record_out` null: logged, ::KELVO_ERR_NULL_PARAM
  *  -# no room for the four words, or the current item lies beyond the end: ::KELVO_ERR_MSG_LENGTH
@@ -322,10 +339,6 @@ KELVO_API kelvo_status kelvo_common_msg_bulk_interpret(void* msg, uint32_t lengt
  *
  * Note: the index is not compared with the item count; past the last item the answer is
  * ::KELVO_ERR_MSG_LENGTH.
- *
- * @param bulk_info   from kelvo_common_msg_bulk_interpret()
- * @param record_out  receives the item. Its data stands in the second pair for operation 2 and in
- *                    the first otherwise, the other pair being null and 0; empty data is null
  */
 KELVO_API kelvo_status kelvo_common_msg_bulk_next(kelvo_bulk_info* bulk_info,
                                                   kelvo_bulk_item* record_out);
@@ -376,7 +389,13 @@ KELVO_ASSERT_SIZE(kelvo_bulk_reply_info, 48);
 
 /**
  * Converts the fixed part of a received bulk reply in place from network order and prepares to walk
- * its items. In this order:
+ * its items.
+ *
+ * @param reply       the reply
+ * @param length      its length in bytes
+ * @param reply_info  receives the reader state, which stands before the first item
+ *
+ * Steps, in this order:
  *
  *  -# `reply` or `reply_info` null, or length 0: logged, ::KELVO_ERR_NULL_PARAM
  *  -# less than 24 bytes: ::KELVO_ERR_MSG_LENGTH, with nothing converted
@@ -406,8 +425,14 @@ KELVO_API kelvo_status kelvo_common_msg_bulk_reply_interpret(void* reply, uint32
 KELVO_API kelvo_status kelvo_common_msg_bulk_reply_next(kelvo_bulk_reply_info* reply_info,
                                                         kelvo_bulk_reply_item* reply_record_out);
 
-/** Steps back by one item, as kelvo_common_msg_bulk_back(); the assertion is
- *  "reply_info->prev_item_ptr != ((void *)0)". */
+/**
+ * Steps back by one item, as kelvo_common_msg_bulk_back().
+ *
+ * @param reply_info  not null
+ * @return the item, now current, in the reply
+ *
+ * Note: the assertion is "reply_info->prev_item_ptr != ((void *)0)".
+ */
 KELVO_API void* kelvo_common_msg_bulk_reply_back(kelvo_bulk_reply_info* reply_info);
 /**@}*/
 

@@ -164,7 +164,7 @@ KELVO_API kelvo_status kelvo_lib_notifyset_interpret(void* buffer, uint32_t leng
  *
  * Note: the last two failures leave the record partly filled; the iterator does not move. A set
  * that an interpret function accepted and nobody changed never comes to that. The bounds here are
- * those of a walk over a checked set: with an altered iterator or buffer, a length cell is read
+ * those of a walk over a checked set: with an altered iterator or buffer, a length is read
  * where it would stand, up to 11 bytes beyond the end, and the second value is not looked at.
  */
 KELVO_API kelvo_status kelvo_common_notifyset_next(kelvo_notifyset_iterator* iterator,

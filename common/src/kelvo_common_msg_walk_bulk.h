@@ -113,7 +113,7 @@ template <std::size_t kTypeWord, class Order>
     fixed_words(order, item, 4);
 
     BulkItem found = {};
-    for (std::size_t i = 0; i < 4; ++i) found.words[i] = order.read(item + 4 * i);
+    read_words(order, item, 4, found.words);
     const u32 type = found.words[kTypeWord];
     if (const Status st = in.text(&found.name, Cell::before_room)) return st;
     if (const Status st = bulk_data(order, in, type, &found.data, &found.data_length)) return st;

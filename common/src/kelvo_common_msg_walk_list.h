@@ -71,20 +71,10 @@ struct DatalistEntry {
         *pos += padded8(pass_word(order, entry + offsetof(kelvo_rply_datalist_entry, name)));
         const u32 type = order.read(entry + offsetof(kelvo_rply_datalist_entry, type));
         if (length < *pos + kCellBytes) return KELVO_ERR_MSG_LENGTH;
-        pass_value(order, reply, type, pos);
+        *pos += pass_value(order, reply + *pos, type);
         if (length < *pos + kCellBytes) return KELVO_ERR_MSG_LENGTH;
-        pass_value(order, reply, type, pos);
+        *pos += pass_value(order, reply + *pos, type);
         return 0;
-    }
-
-  private:
-    /// A counted value whose cell is within the reply; whether the value is, nobody asks.
-    template <class Order>
-    static void pass_value(Order& order, u8* reply, u32 type, u64* pos) {
-        u8* const cell = reply + *pos;
-        const u32 value_length = pass_word(order, cell);
-        if (value_length != 0) order.value(type, cell + kCellBytes);
-        *pos += kCellBytes + padded8(value_length);
     }
 };
 

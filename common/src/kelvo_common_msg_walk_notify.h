@@ -25,22 +25,18 @@ template <Notify kWhat, class Order>
     if (kWhat == Notify::framing) fixed_words(order, entry, 2);
     if (left <= kNotifyEntryBytes) return KELVO_ERR_MSG_LENGTH;
     if (kWhat == Notify::values) fixed_words(order, entry, 2);
-    const u32 type = order.read(entry + offsetof(kelvo_msg_notifyset_entry, type));
+    // Where the values stay as they are, they are passed as values of no type.
+    const u32 type = kWhat == Notify::values
+                         ? order.read(entry + offsetof(kelvo_msg_notifyset_entry, type))
+                         : u32{KELVO_VALUE_NONE};
 
-    u8* const name_length = entry + offsetof(kelvo_msg_notifyset_entry, name_length);
-    order.arrive(name_length);
-    const u64 first_at = kNotifyEntryBytes + padded8(order.read(name_length));
+    const u32 name_length =
+        pass_word(order, entry + offsetof(kelvo_msg_notifyset_entry, name_length));
+    const u64 first_at = kNotifyEntryBytes + padded8(name_length);
     if (left < first_at + kCellBytes) return KELVO_ERR_MSG_LENGTH;
-
-    const auto counted_value = [&](u8* cell) {
-        order.arrive(cell);
-        const u32 length = order.read(cell);
-        if (kWhat == Notify::values && length != 0) order.value(type, cell + kCellBytes);
-        return kCellBytes + padded8(length);
-    };
-    const u64 second_at = first_at + counted_value(entry + first_at);
+    const u64 second_at = first_at + pass_value(order, entry + first_at, type);
     if (left < second_at + kCellBytes) return KELVO_ERR_MSG_LENGTH;
-    *size = second_at + counted_value(entry + second_at);
+    *size = second_at + pass_value(order, entry + second_at, type);
     return 0;
 }
 
@@ -49,9 +45,7 @@ template <Notify kWhat, class Order>
 [[nodiscard]] Status walk_notifyset(Order order, void* buffer, u64 length, u32* count) {
     if (length < kNotifyHeaderBytes) return KELVO_ERR_MSG_LENGTH;
     auto* const set = static_cast<u8*>(buffer);
-    u8* const count_at = set + offsetof(kelvo_msg_notifyset, count);
-    order.arrive(count_at);
-    const u32 n = order.read(count_at);
+    const u32 n = pass_word(order, set + offsetof(kelvo_msg_notifyset, count));
     u64 at = kNotifyHeaderBytes;
     for (u32 todo = n; todo != 0; --todo) {
         u64 size;

@@ -83,6 +83,15 @@ template <class Order>
     return word;
 }
 
+/// Passes a counted value whose cell is known to be within the message; whether the value is,
+/// nobody asks before it is converted. @return the bytes that cell, value and fill take
+template <class Order>
+[[nodiscard]] u64 pass_value(Order& order, u8* cell, u32 type) noexcept {
+    const u32 length = pass_word(order, cell);
+    if (length != 0) order.value(type, cell + kCellBytes);
+    return kCellBytes + padded8(length);
+}
+
 /// When a converting walk touches a length cell: once there is room for the cell, or before. The
 /// second reads up to four bytes past a message that ends there; which messages do so is part of
 /// the protocol, and their headers say how large the buffer must be.

@@ -4,6 +4,7 @@
 // this host" where an item has an order of its own.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,33 @@ namespace kelvo::test {
 
 /// Bytes by which a bulk reader may go beyond the message, as its header says.
 constexpr std::size_t kBulkSlack = 16;
+
+/// How a refused null shows in the log.
+inline const char* const kNullLogged =
+    "A NULL pointer was passed as a fn parameter: rc 0x40818800 (text of 0x40818800)";
+
+/// A message and so many bytes behind it, no two of them alike: no conversion there goes unseen.
+inline Bytes with_slack(Bytes message, std::size_t slack) {
+    for (std::size_t i = 0; i < slack; ++i) {
+        message.push_back(static_cast<std::uint8_t>(0xE0 + i));
+    }
+    return message;
+}
+
+/// A length with its fill.
+inline std::uint64_t rounded(std::uint32_t length) {
+    return (std::uint64_t{length} + 7) / 8 * 8;
+}
+
+/// Reverses the leading bytes of a value that its type makes a number.
+inline void reverse_by_type(Bytes& bytes, std::uint64_t at, std::uint32_t type) {
+    long width = 0;
+    if (type == 1 || type == 12) width = 4;
+    if (type == 2 || type == 13) width = 8;
+    if (type == 10 || type == 11) width = 2;
+    const auto first = bytes.begin() + static_cast<long>(at);
+    std::reverse(first, first + width);
+}
 
 /// An output full of bytes that must survive a failure.
 template <class Record>

@@ -14,20 +14,6 @@ using namespace kelvo::test;
 
 namespace {
 
-const char* const kNullLogged =
-    "A NULL pointer was passed as a fn parameter: rc 0x40818800 (text of 0x40818800)";
-
-/// A builder full of bytes that must survive a failure.
-kelvo_bulk_builder untouched_builder() {
-    kelvo_bulk_builder builder;
-    std::memset(&builder, 0x5A, sizeof builder);
-    return builder;
-}
-
-bool same(const kelvo_bulk_builder& one, const kelvo_bulk_builder& other) {
-    return std::memcmp(&one, &other, sizeof one) == 0;
-}
-
 class BulkBuilder : public ::testing::Test {
   protected:
     BulkBuilder() {
@@ -59,7 +45,7 @@ class BulkBuilder : public ::testing::Test {
     }
 
     Bytes header = Bytes(64);
-    kelvo_bulk_builder builder = untouched_builder();
+    kelvo_bulk_builder builder = sentinel<kelvo_bulk_builder>();
     bool begun = false;
 };
 
@@ -78,8 +64,9 @@ kelvo_bulk_item item(std::uint32_t operation, const char* name) {
 }
 
 TEST_F(BulkBuilder, InitRefusesANullHeaderLeadingStringOrBuilderAndLogsIt) {
-    std::uint8_t area[64];
-    kelvo_bulk_builder out = untouched_builder();
+    const Bytes before = header;
+    void* const area = header.data();
+    auto out = sentinel<kelvo_bulk_builder>();
     EXPECT_EQ(kelvo_common_msg_bulk_init(nullptr, 1, 2, 3, "x", &out), KELVO_ERR_NULL_PARAM);
     EXPECT_EQ(kelvo_common_msg_bulk_init(area, 1, 2, 3, nullptr, &out), KELVO_ERR_NULL_PARAM);
     EXPECT_EQ(kelvo_common_msg_bulk_init(area, 1, 2, 3, "x", nullptr), KELVO_ERR_NULL_PARAM);
@@ -88,7 +75,8 @@ TEST_F(BulkBuilder, InitRefusesANullHeaderLeadingStringOrBuilderAndLogsIt) {
         EXPECT_EQ(line.record, &qor_msg_rec_kelvoutils_internal);
         EXPECT_EQ(line.severity, 7);
     }
-    EXPECT_TRUE(same(out, untouched_builder()));
+    EXPECT_TRUE(untouched(out));
+    EXPECT_EQ(header, before);
 }
 
 TEST_F(BulkBuilder, InitWritesTypeWordsAndCountAndLeavesTheRestOfTheHeader) {
@@ -156,7 +144,7 @@ TEST_F(BulkBuilder, AFailureAtAnyAllocationLeavesNothing) {
         EXPECT_EQ(FailingMemory::allocations(), failing + 1);
         EXPECT_EQ(FailingMemory::bytes(), asked[failing]);
         EXPECT_EQ(FailingMemory::outstanding(), 0) << failing;
-        EXPECT_TRUE(same(builder, untouched_builder())) << failing;
+        EXPECT_TRUE(untouched(builder)) << failing;
         EXPECT_EQ(header, before) << failing;
     }
     EXPECT_EQ(platform().log.size(), 0U);
@@ -168,7 +156,7 @@ TEST_F(BulkBuilder, AHostileCountIsSizedExactly) {
         FailingMemory fail(0);
         EXPECT_EQ(init(count), KELVO_ERR_NO_MEMORY);
         EXPECT_EQ(FailingMemory::bytes(), (std::uint64_t{count} * 7 + 4) * 16) << count;
-        EXPECT_TRUE(same(builder, untouched_builder()));
+        EXPECT_TRUE(untouched(builder));
     }
 }
 

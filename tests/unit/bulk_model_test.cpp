@@ -27,19 +27,6 @@ struct Expected {
     std::uint64_t end = 0;
 };
 
-std::uint64_t rounded(std::uint32_t length) {
-    return (std::uint64_t{length} + 7) / 8 * 8;
-}
-
-void convert_by_type(Bytes& bytes, std::uint64_t at, std::uint32_t type) {
-    std::size_t width = 0;
-    if (type == 1 || type == 12) width = 4;
-    if (type == 2 || type == 13) width = 8;
-    if (type == 10 || type == 11) width = 2;
-    std::reverse(bytes.begin() + static_cast<long>(at),
-                 bytes.begin() + static_cast<long>(at + width));
-}
-
 Expected failed(kelvo_status status) {
     Expected expected;
     expected.status = status;
@@ -70,7 +57,7 @@ Expected model_step(Bytes& bytes, std::uint64_t length, std::uint64_t item, bool
     if (foreign) {
         reverse_at(bytes, cell2);
         if (word_at(bytes, cell2) != 0) {
-            convert_by_type(bytes, cell2 + 8, expected.words[reply ? 1 : 2]);
+            reverse_by_type(bytes, cell2 + 8, expected.words[reply ? 1 : 2]);
         }
     }
     if (rem < 8) return failed(KELVO_ERR_MSG_LENGTH);
@@ -195,7 +182,7 @@ class BulkModel : public ::testing::Test {
     /// Walks one message with reader and model, up to the step that both refuse.
     void walk(Bytes actual) {
         const std::size_t length = actual.size();
-        actual.resize(std::max<std::size_t>(length, 80) + kBulkSlack, 0x7B);
+        actual = with_slack(actual, std::max<std::size_t>(length, 80) + kBulkSlack - length);
         typename Kind::State state;
         const kelvo_status status =
             Kind::kInterpret(actual.data(), static_cast<std::uint32_t>(length), &state);

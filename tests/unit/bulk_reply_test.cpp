@@ -13,9 +13,6 @@ using namespace kelvo::test;
 
 namespace {
 
-const char* const kNullLogged =
-    "A NULL pointer was passed as a fn parameter: rc 0x40818800 (text of 0x40818800)";
-
 /// Offset of the first item.
 constexpr std::size_t kFirst = 40;
 
@@ -27,9 +24,8 @@ bool same(const kelvo_bulk_reply_info& one, const kelvo_bulk_reply_info& other) 
 
 /// A received reply: its bytes, slack behind them, and a reader.
 struct Received {
-    explicit Received(const Bytes& message) : length(message.size()), bytes(message) {
-        bytes.resize(length + kBulkSlack, 0xEE);
-    }
+    explicit Received(const Bytes& message)
+        : length(message.size()), bytes(with_slack(message, kBulkSlack)) {}
     kelvo_status interpret() {
         return kelvo_common_msg_bulk_reply_interpret(bytes.data(),
                                                      static_cast<std::uint32_t>(length), &info);
@@ -316,12 +312,11 @@ TEST_F(BulkReply, EveryTruncationIsRefusedWithinTheSlackThatIsAskedFor) {
     for (const Order order : {Order::host, Order::network}) {
         const Bytes whole =
             bulk_reply({bulk_reply_item(order, {9, 2, 3, 4}, "name", Bytes(8, 1), "third")});
-        const std::size_t slack = order == Order::host ? 4 : 16;
+        const std::size_t slack = order == Order::host ? 4 : kBulkSlack;
         for (std::size_t length = kFirst; length <= whole.size(); ++length) {
-            Bytes bytes(whole.begin(), whole.begin() + static_cast<long>(length));
+            const Bytes bytes(whole.begin(), whole.begin() + static_cast<long>(length));
             const bool all = length == whole.size();
-            if (!all) bytes.resize(length + slack, order == Order::host ? 0x00 : 0x7F);
-            const Walled block(bytes);
+            const Walled block(all ? bytes : with_slack(bytes, slack));
             kelvo_bulk_reply_info info;
             kelvo_bulk_reply_item record = sentinel<kelvo_bulk_reply_item>();
             ASSERT_EQ(kelvo_common_msg_bulk_reply_interpret(

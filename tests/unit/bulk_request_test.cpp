@@ -12,9 +12,6 @@ using namespace kelvo::test;
 
 namespace {
 
-const char* const kNullLogged =
-    "A NULL pointer was passed as a fn parameter: rc 0x40818800 (text of 0x40818800)";
-
 /// Offset of the first item behind the leading string "lead".
 constexpr std::size_t kFirst = 80;
 
@@ -24,9 +21,8 @@ bool same(const kelvo_bulk_info& one, const kelvo_bulk_info& other) {
 
 /// A received request: its bytes, slack behind them, and a reader.
 struct Received {
-    explicit Received(const Bytes& message) : length(message.size()), bytes(message) {
-        bytes.resize(length + kBulkSlack, 0xEE);
-    }
+    explicit Received(const Bytes& message)
+        : length(message.size()), bytes(with_slack(message, kBulkSlack)) {}
     kelvo_status interpret() {
         return kelvo_common_msg_bulk_interpret(bytes.data(), static_cast<std::uint32_t>(length),
                                                &info);
@@ -138,9 +134,8 @@ TEST_F(BulkRequest, ALeadingLengthBeyondTheMessageIsHarmless) {
         kelvo_bulk_info info;
         kelvo_bulk_item record = sentinel<kelvo_bulk_item>();
         ASSERT_EQ(kelvo_common_msg_bulk_interpret(block.data(), 88, &info), 0U);
-        const std::uint64_t padded = (std::uint64_t{leading} + 7) / 8 * 8;
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(info.current),
-                  reinterpret_cast<std::uintptr_t>(block.data()) + 72 + padded);
+                  reinterpret_cast<std::uintptr_t>(block.data()) + 72 + rounded(leading));
         EXPECT_EQ(kelvo_common_msg_bulk_next(&info, &record), KELVO_ERR_MSG_LENGTH) << leading;
         EXPECT_TRUE(untouched(record));
     }
@@ -192,14 +187,16 @@ TEST_F(BulkRequest, NextHandsOutTheItemAndAdvances) {
 }
 
 TEST_F(BulkRequest, OperationTwoHandsOutTheSecondPair) {
-    Received in(bulk_request({bulk_item(Order::host, {2, 0x22, 3, 0x44}, "name", {1, 2, 3})}));
-    ASSERT_EQ(in.interpret(), 0U);
-    ASSERT_EQ(in.next(), 0U);
-    EXPECT_EQ(in.record.data, nullptr);
-    EXPECT_EQ(in.record.data_length, 0U);
-    EXPECT_EQ(in.at(in.record.op2_data), static_cast<std::ptrdiff_t>(kFirst + 40));
-    EXPECT_EQ(in.record.op2_data_length, 3U);
-    EXPECT_EQ(in.record.op2_type, 0U);
+    for (const Order order : {Order::host, Order::network}) {
+        Received in(bulk_request({bulk_item(order, {2, 0x22, 3, 0x44}, "name", {1, 2, 3})}));
+        ASSERT_EQ(in.interpret(), 0U);
+        ASSERT_EQ(in.next(), 0U);
+        EXPECT_EQ(in.record.data, nullptr);
+        EXPECT_EQ(in.record.data_length, 0U);
+        EXPECT_EQ(in.at(in.record.op2_data), static_cast<std::ptrdiff_t>(kFirst + 40));
+        EXPECT_EQ(in.record.op2_data_length, 3U);
+        EXPECT_EQ(in.record.op2_type, 0U);
+    }
 }
 
 TEST_F(BulkRequest, EmptyDataIsANullPointer) {
@@ -288,6 +285,17 @@ TEST_F(BulkRequest, AForeignNameOf65535BytesIsRead) {
     ASSERT_EQ(in.next(), 0U);
     EXPECT_EQ(std::strlen(in.record.name), 65534U);
     EXPECT_EQ(in.record.operation, 1U);
+}
+
+TEST_F(BulkRequest, AForeignNameOfAMultipleOf65536BytesReadsAsNative) {
+    // 0x00010000 of the other order is 256 here.
+    Received in(
+        bulk_request({bulk_item(Order::network, {1, 2, 3, 4}, std::string(65535, 'n'), {'d'})}));
+    ASSERT_EQ(in.interpret(), 0U);
+    const Bytes before = in.bytes;
+    EXPECT_EQ(in.next(), KELVO_ERR_MSG_CONTENT);
+    EXPECT_EQ(in.bytes, before);
+    EXPECT_TRUE(untouched(in.record));
 }
 
 TEST_F(BulkRequest, NamesMustBeThereAndEndInNul) {
@@ -380,13 +388,11 @@ TEST_F(BulkRequest, EveryTruncationIsRefusedWithinTheSlackThatIsAskedFor) {
     for (const Order order : {Order::host, Order::network}) {
         const Bytes whole =
             bulk_request({bulk_item(order, {9, 0x22, 2, 0x44}, "name", Bytes(8, 1))});
-        const std::size_t slack = order == Order::host ? 4 : 16;
+        const std::size_t slack = order == Order::host ? 4 : kBulkSlack;
         for (std::size_t length = kFirst; length <= whole.size(); ++length) {
-            Bytes bytes(whole.begin(), whole.begin() + static_cast<long>(length));
+            const Bytes bytes(whole.begin(), whole.begin() + static_cast<long>(length));
             const bool all = length == whole.size();
-            // Behind the message stand lengths that would be converted and believed.
-            if (!all) bytes.resize(length + slack, order == Order::host ? 0x00 : 0x7F);
-            const Walled block(bytes);
+            const Walled block(all ? bytes : with_slack(bytes, slack));
             kelvo_bulk_info info;
             kelvo_bulk_item record = sentinel<kelvo_bulk_item>();
             ASSERT_EQ(kelvo_common_msg_bulk_interpret(block.data(),

@@ -16,9 +16,6 @@ using namespace kelvo::test;
 
 namespace {
 
-const char* const kNullLogged =
-    "A NULL pointer was passed as a fn parameter: rc 0x40818800 (text of 0x40818800)";
-
 /// Bytes by which interpret may go beyond the set, as its header says.
 constexpr std::size_t kSlack = 8;
 
@@ -36,9 +33,7 @@ using Iterator = std::unique_ptr<kelvo_notifyset_iterator, decltype(&std::free)>
 /// A received set, slack behind it, and its iterator.
 struct Received {
     explicit Received(const Bytes& set)
-        : length(static_cast<std::uint32_t>(set.size())), bytes(set) {
-        bytes.resize(set.size() + kSlack, 0xEE);
-    }
+        : length(static_cast<std::uint32_t>(set.size())), bytes(with_slack(set, kSlack)) {}
     kelvo_status interpret(const Variant& variant) {
         kelvo_notifyset_iterator* found = mark();
         const kelvo_status status = variant.interpret(bytes.data(), length, &found);
@@ -152,14 +147,9 @@ TEST_F(NotifySet, FramingIsConvertedToItsNativeTwinAndValuesByVariant) {
     for (const std::uint32_t type : types) {
         const Bytes first = {1, 2, 3, 4, 5, 6, 7, 8};
         const Bytes second = {9, 8, 7, 6, 5, 4, 3, 2, 1};
-        const std::size_t width = type == 1 || type == 12    ? 4
-                                  : type == 2 || type == 13  ? 8
-                                  : type == 10 || type == 11 ? 2
-                                                             : 0;
         for (const Variant& variant : kVariants) {
             const auto converted = [&](Bytes value) {
-                const std::size_t bytes = variant.values ? width : 0;
-                std::reverse(value.begin(), value.begin() + static_cast<long>(bytes));
+                if (variant.values) reverse_by_type(value, 0, type);
                 return value;
             };
             const auto set = [&](Order order, const Bytes& one, const Bytes& two) {
@@ -210,9 +200,11 @@ TEST_F(NotifySet, TheLastEntryEndsExactlyAtTheEnd) {
             EXPECT_EQ(in.interpret(variant), KELVO_ERR_MSG_LENGTH) << trailing;
         }
         // An entry more than there is: nothing is left where it would begin.
-        Received missing(notify_set(Order::network, 2, {plain_entry(Order::network)}));
+        const Bytes entry = plain_entry(Order::network, 7, 3);
+        Received missing(notify_set(Order::network, 2, {entry}));
+        const Received twin(notify_set(Order::host, 2, {plain_entry(Order::host, 7, 3)}));
         EXPECT_EQ(missing.interpret(variant), KELVO_ERR_MSG_LENGTH);
-        EXPECT_EQ(missing.bytes.back(), 0xEE) << "the missing entry is not touched";
+        EXPECT_EQ(missing.bytes, twin.bytes) << "the missing entry is not touched";
     }
 }
 
@@ -282,18 +274,23 @@ TEST_F(NotifySet, EveryTruncationIsRefusedWithinTheSlackThatIsAskedFor) {
             notify_entry(Order::network, 7, 2, bytes_of("name"), Bytes(8, 1), Bytes(8, 2));
         const Bytes whole = notify_set(Order::network, 2, {entry, entry});
         for (std::size_t length = 32; length <= whole.size(); ++length) {
-            Bytes bytes(whole.begin(), whole.begin() + static_cast<long>(length));
+            const Bytes bytes(whole.begin(), whole.begin() + static_cast<long>(length));
             const bool all = length == whole.size();
-            if (!all) bytes.resize(length + kSlack);
-            const Walled block(bytes);
+            const Walled block(all ? bytes : with_slack(bytes, kSlack));
             kelvo_notifyset_iterator* found = Received::mark();
             const kelvo_status status =
                 variant.interpret(block.data(), static_cast<std::uint32_t>(length), &found);
             EXPECT_EQ(status, all ? 0U : KELVO_ERR_MSG_LENGTH) << length;
-            if (all) {
-                std::free(found);
-            } else {
+            if (!all) {
                 EXPECT_EQ(found, Received::mark()) << length;
+                continue;
+            }
+            // An accepted set is walked within its own bytes.
+            const Iterator iterator(found, &std::free);
+            kelvo_notifyset_entry record;
+            std::uint64_t kind_and_type;
+            for (const kelvo_status expected : {0U, 0U, KELVO_ERR_NOT_FOUND}) {
+                EXPECT_EQ(kelvo_common_notifyset_next(found, &record, &kind_and_type), expected);
             }
         }
     }
@@ -442,6 +439,35 @@ TEST_F(NotifySet, AFailureInsideAnEntryLeavesTheRecordPartlyFilled) {
     }
 }
 
+TEST_F(NotifySet, NextReadsAtMostElevenBytesBeyondTheEndOfAnAlteredSet) {
+    // Wherever the end is put: up to a name length read behind one byte, or a value's behind none.
+    const Bytes set = notify_set(Order::host, 1, {plain_entry(Order::host)});
+    const struct {
+        std::size_t left;
+        std::size_t beyond;
+        kelvo_status status;
+    } rows[] = {{1, 11, KELVO_ERR_MSG_LENGTH},
+                {12, 0, KELVO_ERR_MSG_LENGTH},
+                {23, 0, KELVO_ERR_MSG_LENGTH},
+                {24, 4, KELVO_ERR_MSG_LENGTH},
+                {28, 0, KELVO_ERR_MSG_LENGTH},
+                {39, 0, KELVO_ERR_MSG_LENGTH},
+                {40, 4, 0}};
+    for (const auto& row : rows) {
+        const Walled block(
+            Bytes(set.begin(), set.begin() + static_cast<long>(32 + row.left + row.beyond)));
+        kelvo_notifyset_iterator iterator = {};
+        iterator.start = block.data();
+        iterator.end = block.data() + 32 + row.left;
+        iterator.count = 1;
+        ASSERT_EQ(kelvo_common_notifyset_start(&iterator), 0U);
+        kelvo_notifyset_entry record;
+        std::uint64_t kind_and_type;
+        EXPECT_EQ(kelvo_common_notifyset_next(&iterator, &record, &kind_and_type), row.status)
+            << row.left;
+    }
+}
+
 TEST_F(NotifySet, NextDoesNotFollowAChangedLengthBeyondTheEnd) {
     for (const std::uint32_t hostile : {0xFFFFFFFFU, 0xFFFFFFF8U, 0xFFFFFFE0U, 0x80000000U}) {
         for (const std::size_t cell : {8U, 24U}) {
@@ -469,17 +495,7 @@ TEST_F(NotifySet, ListSetInitRefusesANullAndLogsIt) {
 // The interpret functions against a plain model: the same steps one after another, over absolute
 // positions.
 
-void convert_by_type(Bytes& bytes, std::uint64_t at, std::uint32_t type) {
-    std::size_t width = 0;
-    if (type == 1 || type == 12) width = 4;
-    if (type == 2 || type == 13) width = 8;
-    if (type == 10 || type == 11) width = 2;
-    std::reverse(bytes.begin() + static_cast<long>(at),
-                 bytes.begin() + static_cast<long>(at + width));
-}
-
 kelvo_status model_interpret(Bytes& bytes, std::uint64_t length, bool values) {
-    const auto rounded = [](std::uint32_t n) { return (std::uint64_t{n} + 7) / 8 * 8; };
     if (length < 32) return KELVO_ERR_MSG_LENGTH;
     reverse_at(bytes, 28);
     const std::uint32_t n = word_at(bytes, 28);
@@ -498,12 +514,12 @@ kelvo_status model_interpret(Bytes& bytes, std::uint64_t length, bool values) {
         if (length < pos + p1 + 24) return KELVO_ERR_MSG_LENGTH;
         reverse_at(bytes, pos + 16 + p1);
         const std::uint32_t l2 = word_at(bytes, pos + 16 + p1);
-        if (values && l2 > 0) convert_by_type(bytes, pos + 24 + p1, type);
+        if (values && l2 > 0) reverse_by_type(bytes, pos + 24 + p1, type);
         const std::uint64_t p2 = rounded(l2);
         if (length < pos + p1 + p2 + 32) return KELVO_ERR_MSG_LENGTH;
         reverse_at(bytes, pos + 24 + p1 + p2);
         const std::uint32_t l3 = word_at(bytes, pos + 24 + p1 + p2);
-        if (values && l3 > 0) convert_by_type(bytes, pos + 32 + p1 + p2, type);
+        if (values && l3 > 0) reverse_by_type(bytes, pos + 32 + p1 + p2, type);
         pos += 32 + p1 + p2 + rounded(l3);
         if (i == n && length != pos) return KELVO_ERR_MSG_LENGTH;
         if (i < n && length <= pos) return KELVO_ERR_MSG_LENGTH;
