@@ -79,7 +79,7 @@ inline Bytes bulk_request(const std::vector<Bytes>& items, const std::string& le
     Bytes bytes = Message(Order::network, 46)
                       .words({0x11111101, 0x11111102, static_cast<std::uint32_t>(items.size()),
                               0x11111103, 0x11111104})
-                      .raw_word(0x60606060)
+                      .raw_word(0x60616263)
                       .text(leading)
                       .bytes();
     for (const Bytes& item : items) append(bytes, item);

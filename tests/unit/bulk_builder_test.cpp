@@ -243,7 +243,7 @@ TEST_F(BulkBuilder, TheFlattenedListIsTheMessage) {
     for (std::uint8_t i = 0; i < 40; ++i) header[i] = static_cast<std::uint8_t>(0xA0 + i);
     put_word(header, 52, 0x11111103);
     put_word(header, 56, 0x11111104);
-    put_word(header, 60, 0x60606060);
+    put_word(header, 60, 0x60616263);
     ASSERT_EQ(
         kelvo_common_msg_bulk_init(header.data(), 2, 0x11111101, 0x11111102, "lead", &builder), 0U);
     begun = true;

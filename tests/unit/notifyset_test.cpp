@@ -227,6 +227,14 @@ TEST_F(NotifySet, LengthsNearTheTopOf32BitsDoNotFit) {
                 Received in(set);
                 EXPECT_EQ(in.interpret(variant), KELVO_ERR_MSG_LENGTH) << hostile << ' ' << cell;
             }
+            // In 32 bits some of these take no room at all, as do the empty pieces of this set.
+            for (const std::size_t cell : {8U, 16U, 24U}) {
+                Bytes set =
+                    notify_set(Order::network, 1, {notify_entry(Order::network, 7, 3, {}, {}, {})});
+                put_word(set, 32 + cell, reversed(hostile));
+                Received in(set);
+                EXPECT_EQ(in.interpret(variant), KELVO_ERR_MSG_LENGTH) << hostile << ' ' << cell;
+            }
         }
         for (const std::uint32_t count : {2U, 0x80000000U, 0xFFFFFFFFU}) {
             Received in(notify_set(Order::network, count, {plain_entry(Order::network)}));
@@ -474,7 +482,9 @@ TEST_F(NotifySet, NextDoesNotFollowAChangedLengthBeyondTheEnd) {
             Received in(notify_set(Order::network, 1, {plain_entry(Order::network)}));
             ASSERT_EQ(in.interpret(kVariants[0]), 0U);
             put_word(in.bytes, 32 + cell, hostile);
+            const void* const kept = in.record.first;
             EXPECT_EQ(in.next(), KELVO_ERR_MSG_LENGTH) << hostile << ' ' << cell;
+            EXPECT_EQ(in.record.first, cell == 8 ? kept : in.bytes.data() + 64) << hostile;
         }
     }
 }
