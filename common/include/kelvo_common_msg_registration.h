@@ -202,7 +202,8 @@ KELVO_ASSERT_SIZE(kelvo_msg_cfg_grp, 48);
  *
  * Each checks a received request of `length` bytes in host order and hands out its fields. Texts,
  * the client block and the pointers of a path array point into the message, which must outlive
- * them. Reading never goes beyond `length`. Nothing is logged. On failure the out-parameters are
+ * them. Except for configuration groups, nothing beyond `length` is read. Nothing is logged. On
+ * failure the out-parameters are
  * left alone.
  *
  * A counted string is checked in this order: room for its length cell and for its text,
@@ -212,15 +213,32 @@ KELVO_ASSERT_SIZE(kelvo_msg_cfg_grp, 48);
 /**@{*/
 
 /**
- * Interprets an NFN registration: room for the fixed part (::KELVO_ERR_MSG_LENGTH), the path, no
- * bytes left over (::KELVO_ERR_MSG_LENGTH).
+ * Interprets an NFN registration.
+ *
+ * @param msg              the message
+ * @param length           its length in bytes
+ * @param registration_id  receives the registration id
+ * @param client_block     receives a pointer to the ::KELVO_CLIENT_BLOCK_BYTES of the client block
+ * @param parameter        receives the word at 112
+ * @param path             receives the path
+ *
+ * @return in this order: ::KELVO_ERR_MSG_LENGTH, no room for the fixed part; the path as a counted
+ *         string; ::KELVO_ERR_MSG_LENGTH, bytes left over; 0
  */
 KELVO_API kelvo_status kelvo_common_msg_nfn_reg_interpret(void* msg, uint32_t length,
                                                           uint32_t* registration_id,
                                                           void** client_block, uint32_t* parameter,
                                                           char** path);
 
-/** Interprets an NFN unregistration: any length but 44 gives ::KELVO_ERR_MSG_LENGTH. */
+/**
+ * Interprets an NFN unregistration.
+ *
+ * @param msg              the message
+ * @param length           its length in bytes
+ * @param registration_id  receives the registration id
+ *
+ * @return ::KELVO_ERR_MSG_LENGTH for any length but 44; 0
+ */
 KELVO_API kelvo_status kelvo_common_msg_nfn_unreg_interpret(void* msg, uint32_t length,
                                                             uint32_t* registration_id);
 
@@ -235,9 +253,17 @@ KELVO_API kelvo_status kelvo_common_msg_edm_unreg_interpret(void* msg, uint32_t 
 /**
  * Interprets a VRFN registration.
  *
- * @param count  receives the number of paths
- * @param paths  receives a newly allocated array of `count` pointers into the message; the caller
- *               releases the array with free()
+ * @param msg              the message
+ * @param length           its length in bytes
+ * @param registration_id  receives the registration id
+ * @param w2               receives word 2
+ * @param client_block     receives a pointer to the ::KELVO_CLIENT_BLOCK_BYTES of the client block
+ * @param w3, w4, w5       receive words 3 to 5
+ * @param count            receives the number of paths
+ * @param w7               receives word 7
+ * @param paths            receives a newly allocated array of `count` pointers into the message,
+ *                         which the caller releases with free()
+ * @param w6               receives word 6
  *
  * Mind the order of the arguments: w6 comes last.
  *
@@ -260,9 +286,16 @@ KELVO_API kelvo_status kelvo_common_msg_vrfn_reg_interpret(void* msg, uint32_t l
 /**
  * Interprets a VS registration.
  *
- * @param list  receives the startup list, newest pair first, as kelvo_common_startup_list_add()
- *              makes it; null when there are no pairs. The caller releases one that is not empty
- *              with kelvo_common_startup_list_free()
+ * @param msg              the message
+ * @param length           its length in bytes
+ * @param registration_id  receives the registration id
+ * @param client_block     receives a pointer to the ::KELVO_CLIENT_BLOCK_BYTES of the client block
+ * @param parameter        receives the word at 112
+ * @param path             receives the path
+ * @param list             receives the startup list, newest pair first, as
+ *                         kelvo_common_startup_list_add() makes it; null when there are no pairs.
+ *                         The caller releases one that is not empty with
+ *                         kelvo_common_startup_list_free()
  *
  * @return in this order: ::KELVO_ERR_MSG_LENGTH, no room for the fixed part; the path as a counted
  *         string; ::KELVO_ERR_MSG_LENGTH, no room for the number of pairs; for each pair
@@ -270,6 +303,10 @@ KELVO_API kelvo_status kelvo_common_msg_vrfn_reg_interpret(void* msg, uint32_t l
  *         for it, ::KELVO_ERR_NO_MEMORY; ::KELVO_ERR_MSG_LENGTH, bytes left over; 0
  *
  * Note: entries that were added before a failure are not released. They are lost to the process.
+ *
+ * Note: the time is that of the message, however many pairs it lists. Beyond 32 pairs they are also
+ * kept in a set, to find one that is listed twice; the set is released again, and lack of memory
+ * for it is ::KELVO_ERR_NO_MEMORY, too.
  */
 KELVO_API kelvo_status kelvo_common_msg_vs_reg_interpret(void* msg, uint32_t length,
                                                          uint32_t* registration_id,
@@ -279,7 +316,10 @@ KELVO_API kelvo_status kelvo_common_msg_vs_reg_interpret(void* msg, uint32_t len
 /**
  * Interprets a VS unregistration.
  *
- * @param list  as for kelvo_common_msg_vs_reg_interpret()
+ * @param msg              the message
+ * @param length           its length in bytes
+ * @param registration_id  receives the registration id
+ * @param list             receives the startup list, as for kelvo_common_msg_vs_reg_interpret()
  *
  * @return in this order: ::KELVO_ERR_MSG_LENGTH, no room for the fixed part; the pairs as for
  *         kelvo_common_msg_vs_reg_interpret(); ::KELVO_ERR_MSG_LENGTH, bytes left over; 0. Here a
@@ -295,8 +335,19 @@ KELVO_API kelvo_status kelvo_common_msg_edms_unreg_interpret(void* msg, uint32_t
                                                              kelvo_startup_list** list);
 
 /**
- * Interprets an EDM registration: room for the fixed part (::KELVO_ERR_MSG_LENGTH), first and
- * second string, no bytes left over (::KELVO_ERR_MSG_LENGTH).
+ * Interprets an EDM registration.
+ *
+ * @param msg              the message
+ * @param length           its length in bytes
+ * @param client_block     receives a pointer to the ::KELVO_CLIENT_BLOCK_BYTES of the client block
+ * @param w1               receives word 1
+ * @param second_string    receives the second string
+ * @param first_string     receives the first string
+ * @param w3, w4, w2, w5   receive the other words
+ *
+ * @return in this order: ::KELVO_ERR_MSG_LENGTH, no room for the fixed part; the
+ *         strings as counted strings, the first one first; ::KELVO_ERR_MSG_LENGTH, bytes left over;
+ *         0
  *
  * Note: the order of the arguments is not that of the message. The second string precedes the
  * first, and w2 follows w3 and w4.
@@ -307,8 +358,10 @@ KELVO_API kelvo_status kelvo_common_msg_edm_reg_interpret(void* msg, uint32_t le
                                                           uint32_t* w3, uint32_t* w4, uint32_t* w2,
                                                           uint32_t* w5);
 
-/** Interprets an EDMS registration; checks, list and note are those of
- *  kelvo_common_msg_vs_reg_interpret(). */
+/**
+ * Interprets an EDMS registration, otherwise as kelvo_common_msg_vs_reg_interpret(): it carries no
+ * registration id, and the parameter is the word at 104.
+ */
 KELVO_API kelvo_status kelvo_common_msg_edms_reg_interpret(void* msg, uint32_t length,
                                                            void** client_block, uint32_t* parameter,
                                                            char** path, kelvo_startup_list** list);
@@ -320,6 +373,8 @@ KELVO_API kelvo_status kelvo_common_msg_edms_reg_interpret(void* msg, uint32_t l
  * The message is in host order except for the length words of the names, which are in network order
  * and are converted here in place.
  *
+ * @param msg     the message
+ * @param length  its length in bytes
  * @param path    receives the newly allocated path "cfg/gl/a/config-group/<names>/" with the names
  *                in message order and "|" between them; the caller releases it with free(). Without
  *                names it ends in two slashes
@@ -350,8 +405,9 @@ KELVO_API kelvo_status kelvo_common_msg_cfg_grp_interpret(void* msg, uint32_t le
 /**
  * @name Convert
  *
- * Each converts a registration in place, `_ntoh` from network to host order and `_hton` back. Where
- * a count or a length decides what follows, `_ntoh` converts it just before it is tested and
+ * Each converts a registration `msg` of `length` bytes in place, `_ntoh` from network to host order
+ * and `_hton` back. Where a count or a length decides what follows, `_ntoh` converts it just before
+ * it is tested and
  * `_hton` once it has passed its tests, so after a failure the two leave different words converted:
  * `_ntoh` the one that failed, `_hton` not. A message that could not be converted is to be dropped.
  */

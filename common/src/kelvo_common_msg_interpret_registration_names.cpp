@@ -7,8 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "kelvo_common_msg_registration.h"
-#include "kelvo_wire.h"
+#include "kelvo_common_msg_walk_registration.h"
 
 using namespace kelvo;
 using namespace kelvo::wire;
@@ -30,19 +29,6 @@ Status read_paths(Cursor<HostOrder>& in, u32 count, char** paths) {
         if (const Status st = in.text(&paths[i])) return st;
     }
     return in.end();
-}
-
-/// The names of a configuration-group request, whose lengths are still in network order. Each round
-/// converts the word at the cursor before it tests anything, and a name that fails stays at the
-/// cursor for all rounds that remain: of their conversions only an odd one is left.
-Status read_names(Cursor<FromNetwork>& in, u32 count, char** names) {
-    for (u32 i = 0; i < count; ++i) {
-        if (const Status st = in.text(&names[i], Cell::before_room)) {
-            if ((count - i - 1) % 2 != 0) in.order().arrive(in.at());
-            return st;
-        }
-    }
-    return 0;
 }
 
 constexpr char kGroupPrefix[] = "cfg/gl/a/config-group/";
@@ -74,7 +60,7 @@ Status read_group_path(u8* msg, u32 length, u32 count, char** names, char** path
     FromNetwork order;
     Cursor in(order, msg, length);
     if (const Status st = in.skip(sizeof(kelvo_msg_cfg_grp))) return st;
-    if (const Status st = read_names(in, count, names)) return st;
+    if (const Status st = walk_group_names(in, count, names)) return st;
     char* const composed = compose_group_path(names, count);
     if (composed == nullptr) return KELVO_ERR_NO_MEMORY;
     if (const Status st = in.end()) {

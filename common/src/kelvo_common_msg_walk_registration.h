@@ -38,8 +38,22 @@ template <class Order, class Take>
     return in.end();
 }
 
-/// Conversion of an EDM registration. The first is checked, the second length is
-/// not even known to be inside the message.
+/// The names of a configuration-group request, whose lengths come in network order. Each round
+/// converts the word at the cursor before it tests anything, and a name that fails stays at the
+/// cursor for all rounds that remain: of their conversions only an odd one is left.
+template <class Order>
+[[nodiscard]] Status walk_group_names(Cursor<Order>& in, u32 count, char** names) {
+    for (u32 i = 0; i < count; ++i) {
+        if (const Status st = in.text(&names[i], Cell::before_room)) {
+            if ((count - i - 1) % 2 != 0) in.order().arrive(in.at());
+            return st;
+        }
+    }
+    return 0;
+}
+
+/// Conversion of an EDM registration. The first string is checked; the second length is not even
+/// known to be inside the message.
 template <class Order>
 [[nodiscard]] Status convert_edm_reg(Order order, void* message, u64 length) {
     auto* const msg = static_cast<u8*>(message);

@@ -55,7 +55,7 @@ class StartupListBuilder {
     /// As kelvo_common_startup_list_add() on the list so far.
     [[nodiscard]] kelvo_status add(u32 job_id, u32 node_id);
 
-    /// The list so far. It is the caller's: the builder never releases an entry.
+    /// The list so far. It is the caller's; the builder releases it only when told to discard it.
     [[nodiscard]] kelvo_startup_list* list() const { return list_; }
 
     /// Releases the list.
