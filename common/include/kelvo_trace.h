@@ -6,7 +6,7 @@
  *
  *     int open_session(const char* name) {
  *         KELVO_TRACE_ENTER("open_session %s", name);
- *         KELVO_TRACE_NOTE("%u sessions are open", session_count);
+ *         KELVO_TRACE_NOTE("%u are open", session_count);
  *         const int session = connect_to(name);
  *         KELVO_TRACE_EXIT("session %d", session);
  *         return session;
@@ -15,8 +15,8 @@
  * prints (the location right-aligned in 30 columns, one blank of indentation per level):
  *
  *     [14:05:09][0x00000010][004711][4711]                 src/session.c #00002  open_session a
- *     [14:05:09][0x00000010][004711][4711]                 src/session.c #00003   3 sessions are
- * open [14:05:09][0x00000010][004711][4711]                src/session.c #00005  session 7
+ *     [14:05:09][0x00000010][004711][4711]                 src/session.c #00003   3 are open
+ *     [14:05:09][0x00000010][004711][4711]                 src/session.c #00005  session 7
  *
  * A line is: local time, node id, process id, thread id, location, "#" and the line number, as many
  * blanks as the depth (at most 20), one more blank or "!" when the depth exceeds 20, the message, a
