@@ -154,6 +154,7 @@ uint32_t kelvo_group_name_in_list(const char* name, char** list, uint32_t count)
 kelvo_status kelvo_apply_grp_tuple_unpack(const void* tuple, char** list, uint32_t* count) {
     if (any_null(tuple, list, count)) return refuse_null();
     char* names[KELVO_GRP_TUPLE_NAMES] = {};
+    // NOLINTNEXTLINE(clang-analyzer-unix.Malloc): without memory, the buffers made are kept
     if (const kelvo_status status = make_names(names)) return status;
     if (const kelvo_status status =
             packed_tuple_unpack(tuple, "%s%s%s%s%s%s%s%s", names[0], names[1], names[2], names[3],
