@@ -164,6 +164,15 @@ TEST_F(HashTable, KeysOfOneHashAreToldApartByTheirText) {
     EXPECT_EQ(lookup("bA"), 0U);
 }
 
+TEST_F(HashTable, AKeyIsFoundByItsHashAndItsText) {
+    init(1);
+    EXPECT_EQ(insert("name"), 0U);
+    table->buckets[0].hash ^= 1;
+    EXPECT_EQ(lookup("name"), KELVO_ERR_NOT_FOUND);
+    table->buckets[0].hash ^= 1;
+    EXPECT_EQ(lookup("name"), 0U);
+}
+
 TEST_F(HashTable, ADuplicateIsStoredAgain) {
     init(3);
     EXPECT_EQ(insert("a"), 0U);
