@@ -2,11 +2,12 @@
 //
 // Name encoding. What each byte becomes stands ready in a table, so that encoding is a copy of four
 // bytes and an advance of one or three for every byte of the text, without a branch on what the
-// byte is. The worst-case buffer always has room for those four bytes. Control characters are asked
-// of the C library for each byte, since the locale may change between calls; it answers from a
-// table as well.
+// byte is. The worst-case buffer always has room for those four bytes. Control characters are the
+// locale's to name: its own table is fetched once for each text, since the locale may change
+// between calls.
+#include <ctype.h>
+
 #include <array>
-#include <cctype>
 #include <cstdlib>
 #include <cstring>
 
@@ -62,10 +63,22 @@ const Marker& marker_of(int type) {
     return kMarkers[0];
 }
 
+/// What iscntrl() and toupper() say in the current locale, without a call for every byte.
+class Locale {
+  public:
+    [[nodiscard]] bool is_control(u8 byte) const { return (classes_[byte] & _IScntrl) != 0; }
+    [[nodiscard]] int upper(char character) const { return upper_[static_cast<u8>(character)]; }
+
+  private:
+    const unsigned short* classes_ = *__ctype_b_loc();
+    const i32* upper_ = *__ctype_toupper_loc();
+};
+
 /// Writes the encoded text. @return its end, or null at a control character
 char* encode(const char* text, char* at) {
+    const Locale locale;
     for (u8 byte; (byte = static_cast<u8>(*text)) != 0; ++text) {
-        if (std::iscntrl(byte) != 0) return nullptr;
+        if (locale.is_control(byte)) return nullptr;
         std::memcpy(at, &kEncoded[byte], sizeof(Encoded));
         at += kEncoded[byte].length;
     }
@@ -73,30 +86,31 @@ char* encode(const char* text, char* at) {
 }
 
 /// The value of a hexadecimal digit, or -1. NUL is none, so a text's end is never passed.
-int hex_value(char character) {
-    const int upper = std::toupper(static_cast<u8>(character));
+int hex_value(const Locale& locale, char character) {
+    const int upper = locale.upper(character);
     if (upper >= '0' && upper <= '9') return upper - '0';
     return upper >= 'A' && upper <= 'F' ? upper - 'A' + 10 : -1;
 }
 
 /// The byte that an escape stands for, or -1 when it is malformed or forbidden.
-int unescape(const char* escape) {
-    const int high = hex_value(escape[1]);
+int unescape(const Locale& locale, const char* escape) {
+    const int high = hex_value(locale, escape[1]);
     if (high < 0) return -1;
-    const int low = hex_value(escape[2]);
+    const int low = hex_value(locale, escape[2]);
     if (low < 0) return -1;
     const int byte = high * 16 + low;
-    return byte >= 0x80 || std::iscntrl(byte) != 0 ? -1 : byte;
+    return byte >= 0x80 || locale.is_control(static_cast<u8>(byte)) ? -1 : byte;
 }
 
 /// Writes the decoded text. @return its end, or null at an escape that cannot be
 char* decode(const char* text, char* at) {
+    const Locale locale;
     for (; *text != '\0'; ++at) {
         if (*text != '%') {
             *at = *text++;
             continue;
         }
-        const int byte = unescape(text);
+        const int byte = unescape(locale, text);
         if (byte < 0) return nullptr;
         *at = static_cast<char>(byte);
         text += kEscapeChars;

@@ -37,17 +37,12 @@ Function next_definition(const char* name) {
 
 }  // namespace
 
-// An optimised library reads the table of classes itself, another calls the function.
 extern "C" const unsigned short** __ctype_b_loc(void) noexcept {
     static const auto real = next_definition<const unsigned short** (*)()>("__ctype_b_loc");
     if (!odd_locale_is_current) return real();
     thread_local const unsigned short* odd;
     odd = odd_classes(*real());
     return &odd;
-}
-
-extern "C" int iscntrl(int c) noexcept {
-    return (*__ctype_b_loc())[c] & _IScntrl;
 }
 
 namespace {
