@@ -17,10 +17,17 @@ static_assert(kLayout.start == 165, "the top level is laid down last, its miss a
 KELVO_NR_NAME_LIST(NAME_HASHES_TO)
 #undef NAME_HASHES_TO
 
+constexpr kelvo::u32 kKnownHashes[] = {
+#define HASH(text, hash) hash,
+    KELVO_NR_NAME_LIST(HASH)
+#undef HASH
+};
+
 consteval bool is_known(kelvo::u32 hash) {
-#define IS_IT(text, known) || hash == (known)
-    return false KELVO_NR_NAME_LIST(IS_IT);
-#undef IS_IT
+    for (const kelvo::u32 known : kKnownHashes) {
+        if (known == hash) return true;
+    }
+    return false;
 }
 
 consteval bool names_are_known(const Pattern& pattern) {
