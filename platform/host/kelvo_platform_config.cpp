@@ -18,18 +18,17 @@ namespace kelvo::host {
 namespace {
 
 pthread_once_t once = PTHREAD_ONCE_INIT;
-platform_host_config* the_config;
+constinit platform_host_config the_config{};
 constinit thread_local bool reading = false;
 
 void read_once() noexcept {
     reading = true;
-    the_config = platform_host_config_load(nullptr);
+    read_config(the_config.config, nullptr);
     reading = false;
-    const char* const error =
-        the_config != nullptr ? platform_host_config_error(the_config) : "out of memory";
-    if (error == nullptr) return;
+    if (the_config.config.good()) return;
     Line line;
-    line.add("%s[%d]: platform configuration: %s", program_invocation_short_name, getpid(), error);
+    line.add("%s[%d]: platform configuration: %s", program_invocation_short_name, getpid(),
+             the_config.config.error);
     line.write_to(STDERR_FILENO);
 }
 
@@ -39,7 +38,7 @@ const platform_host_config* process_config() noexcept {
     if (reading) return nullptr;
     const KeepErrno keep;
     pthread_once(&once, read_once);
-    return the_config;
+    return &the_config;
 }
 
 const Config* good_config() noexcept {
@@ -48,6 +47,7 @@ const Config* good_config() noexcept {
 }
 
 const Node* find_node(const Config& config, std::uint32_t id) noexcept {
+    if (config.self.id.value == id) return &config.self;
     for (const Node& node : config.nodes) {
         if (node.id.value == id) return &node;
     }
@@ -75,19 +75,12 @@ platform_host_config* platform_host_config_load(const char* path) {
 
 void platform_host_config_free(platform_host_config* loaded) {
     if (loaded == nullptr) return;
-    Config& config = loaded->config;
-    for (const Node& node : config.nodes) std::free(node.sub_cards.items);
-    std::free(config.nodes.items);
-    std::free(config.interfaces.items);
-    std::free(config.boot_media.items);
-    std::free(config.debug.items);
-    std::free(config.environment_debug);
-    config_destroy(&config.file);
+    clear_config(loaded->config);
     std::free(loaded);
 }
 
 const char* platform_host_config_error(const platform_host_config* loaded) {
     if (loaded == nullptr) loaded = process_config();
-    if (loaded == nullptr) return "the configuration could not be read: out of memory";
+    if (loaded == nullptr) return "the configuration is being read";
     return loaded->config.good() ? nullptr : loaded->config.error;
 }

@@ -56,13 +56,20 @@ enum LogTo : std::uint32_t { kLogToStandardError, kLogToSyslog };
 /// Limits of the log, as syslog priorities; nothing passes the first.
 inline constexpr std::uint32_t kLogNothing = 0;
 
-struct Config {
-    config_t file;            ///< owns the texts of the file
-    char* environment_debug;  ///< owns the texts of KELVO_DEBUG
-    char path[4096];          ///< of the file, "" when there is none
-    char error[1024];         ///< "" while all is well
+/// A piece of memory that belongs to a configuration; its contents follow.
+struct alignas(std::max_align_t) Block {
+    Block* next;
+};
 
-    List<Node> nodes;  ///< the first is this one
+struct Config {
+    char path[4096];   ///< of the file, "" when there is none
+    char error[1024];  ///< "" while all is well
+    bool parsed;       ///< whether there is a `file`
+    config_t file;     ///< owns the texts of the file
+    Block* blocks;     ///< what lists and other texts point into
+
+    Node self;
+    List<Node> nodes;  ///< the others
     Setting<std::uint32_t> single_node;
     List<Interface> interfaces;
     Setting<std::uint32_t> job_id;
@@ -73,11 +80,9 @@ struct Config {
     List<Setting<const char*>> debug;  ///< names, paths or "all"
 
     [[nodiscard]] bool good() const noexcept { return error[0] == '\0'; }
-    [[nodiscard]] const Node& self() const noexcept { return nodes.items[0]; }
 };
 
-/// The process's configuration, good or not; null while this thread is reading it, or without
-/// memory.
+/// The process's configuration, good or not; null while this thread is reading it.
 const platform_host_config* process_config() noexcept;
 
 /// The process's configuration when it is good, else null.
@@ -89,8 +94,12 @@ const Node* find_node(const Config& config, std::uint32_t id) noexcept;
 /// What the file says about an interface, or null.
 const Interface* find_interface(const Config& config, const char* name) noexcept;
 
-/// Fills a zeroed configuration; whatever is wrong is in its `error` afterwards.
+/// Fills a zeroed configuration; whatever is wrong is in its `error` afterwards. Without a file
+/// nothing is allocated, so that the defaults are there even when memory has run out.
 void read_config(Config& config, const char* path) noexcept;
+
+/// Releases what a configuration owns.
+void clear_config(Config& config) noexcept;
 
 /// A word of the configuration and the number that it stands for.
 struct Word {

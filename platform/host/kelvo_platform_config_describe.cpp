@@ -89,19 +89,19 @@ void Describer::show_kernel_interfaces() const noexcept {
         if (find_interface(config_, entry->if_name) != nullptr) continue;
         char key[64];
         snprintf(key, sizeof key, "interface %s", entry->if_name);
-        visit_(argument_, key, NodeText(config_.self().id.value).text, "kernel");
+        visit_(argument_, key, NodeText(config_.self.id.value).text, "kernel");
     }
     if_freenameindex(list);
 }
 
 void Describer::all() const noexcept {
-    show_node(config_.self(), "node");
+    show_node(config_.self, "node");
     const char* const single = config_.single_node.value != 0 ? "true" : "false";
     show(config_.single_node.origin, single, "single_node");
-    for (std::size_t i = 1; i < config_.nodes.count; ++i) {
+    for (const Node& node : config_.nodes) {
         char key[32];
-        snprintf(key, sizeof key, "nodes[%zu]", i - 1);
-        show_node(config_.nodes.items[i], key);
+        snprintf(key, sizeof key, "nodes[%td]", &node - config_.nodes.begin());
+        show_node(node, key);
     }
     show_interfaces();
     show_kernel_interfaces();

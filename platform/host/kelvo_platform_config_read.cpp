@@ -14,7 +14,8 @@ namespace kelvo::host {
 namespace {
 
 constexpr std::uint32_t kDefaultNode = PLATFORM_HOST_NODEID(0, 0, 1);
-constexpr char kDefaultBootMedium[] = "/var/tmp/";
+constexpr char kDefaultName[] = "0_0_1";
+constinit Setting<const char*> default_boot_medium = {"/var/tmp/", {}};
 constexpr char kDefaultScripts[] = "/usr/lib/kelvo/scripts";
 constexpr std::size_t kInterfaceName = 64;
 constexpr char kJobVariable[] = "KELVO_JOB_ID";
@@ -32,12 +33,17 @@ std::size_t length_of(Group list) noexcept {
 }  // namespace
 
 void Reader::read(const char* path) noexcept {
-    config_init(&config_.file);
     set_defaults();
-    if (find_file(path) && parse_file() && read_sections()) read_environment();
+    if (!find_file(path) || !parse_file()) return;
+    if (config_.parsed && !read_sections()) return;
+    read_environment();
 }
 
 void Reader::set_defaults() noexcept {
+    config_.self.id.value = kDefaultNode;
+    buf_strncpy(config_.self.name, kDefaultName, sizeof config_.self.name);
+    config_.single_node.value = 1;
+    config_.boot_media = {&default_boot_medium, 1};
     config_.job_id.value = static_cast<std::uint32_t>(getpid());
     config_.scripts_directory.value = kDefaultScripts;
     config_.log_level.value = LOG_NOTICE;
@@ -57,26 +63,18 @@ bool Reader::read_sections() noexcept {
 // ------------------------------------------------------------------------------------------------
 
 bool Reader::read_nodes(Group root) noexcept {
+    Group const self = config_setting_get_member(root, "node");
+    if (self != nullptr && !read_node(self, config_.self)) return false;
     Group const others = config_setting_get_member(root, "nodes");
-    if (others != nullptr && !aggregate(others, CONFIG_TYPE_LIST, "a list of groups: ( {...} )")) {
-        return false;
+    if (others != nullptr) {
+        if (!aggregate(others, CONFIG_TYPE_LIST, "a list of groups: ( {...} )")) return false;
+        if (!allocate(config_.nodes, length_of(others))) return false;
     }
-    const std::size_t count = others != nullptr ? length_of(others) : 0;
-    if (!allocate(config_.nodes, 1 + count)) return false;
-    if (!read_self(config_setting_get_member(root, "node"))) return false;
-    for (std::size_t i = 0; i < count; ++i) {
-        if (!read_node(element(others, i), config_.nodes.items[1 + i])) return false;
+    for (std::size_t i = 0; i < config_.nodes.count; ++i) {
+        if (!read_node(element(others, i), config_.nodes.items[i])) return false;
     }
-    config_.single_node.value = count == 0;
+    config_.single_node.value = config_.nodes.count == 0;
     return read_single_node(config_setting_get_member(root, "single_node"));
-}
-
-bool Reader::read_self(Group group) noexcept {
-    Node& self = config_.nodes.items[0];
-    if (group != nullptr) return read_node(group, self);
-    self.id.value = kDefaultNode;
-    const kelvo_status status = nodeid_format(self.id.value, self.name, sizeof self.name);
-    return status == 0 || fail_file("the default node id has no text form");
 }
 
 bool Reader::read_single_node(Group setting) noexcept {
@@ -98,42 +96,58 @@ bool Reader::read_node(Group group, Node& node) noexcept {
            read_sub_cards(config_setting_get_member(group, "sub_cards"), node);
 }
 
+/// Where an id stands already, as a node's or a sub-card's; null when it does not.
+const Setting<std::uint32_t>* Reader::find_id(std::uint32_t id) const noexcept {
+    const auto find_in = [=](const Node& node) -> const Setting<std::uint32_t>* {
+        if (node.id.value == id) return &node.id;
+        for (const auto& card : node.sub_cards) {
+            if (card.value == id) return &card;
+        }
+        return nullptr;
+    };
+    const auto* found = find_in(config_.self);
+    for (const Node& node : config_.nodes) {
+        if (found == nullptr) found = find_in(node);
+    }
+    return found;
+}
+
 /// Reads an id that no node or sub-card before it has.
 bool Reader::new_node_id(Group setting, Setting<std::uint32_t>& id) noexcept {
     Setting<std::uint32_t> given;
     if (!node_id(setting, given)) return false;
-    const auto same = [&](const Setting<std::uint32_t>& other) {
-        return other.value == given.value;
-    };
-    for (const Node& node : config_.nodes) {
-        const auto* const card = std::find_if(node.sub_cards.begin(), node.sub_cards.end(), same);
-        const auto* const first = same(node.id) ? &node.id : card;
-        if (first == node.sub_cards.end()) continue;
-        if (first->origin.line == 0) return fail(setting, "this is the default id of this node");
-        return fail(setting, "node %s is given twice, first on line %u",
-                    config_setting_get_string(setting), first->origin.line);
+    const auto* const first = find_id(given.value);
+    if (first == nullptr || first == &id) {  // this node's default id gives way
+        id = given;
+        return true;
     }
-    id = given;
-    return true;
+    const char* const text = config_setting_get_string(setting);
+    if (first->origin.line == 0) {
+        return fail(setting, "node %s is this node, which has that id by default", text);
+    }
+    return fail(setting, "node %s is given twice, first on line %u", text, first->origin.line);
 }
 
+bool Reader::name_is_taken(const char* name) const noexcept {
+    if (std::strcmp(config_.self.name, name) == 0) return true;
+    return std::any_of(config_.nodes.begin(), config_.nodes.end(),
+                       [=](const Node& node) { return std::strcmp(node.name, name) == 0; });
+}
+
+/// A node without a name is called by its id.
 bool Reader::read_name(Group group, Node& node) noexcept {
     Group const setting = config_setting_get_member(group, "name");
     const char* name = config_setting_get_string(config_setting_get_member(group, "id"));
-    if (setting != nullptr) {
-        if (!text(setting, name)) return false;
-        node.name_origin.line = line_of(setting);
-    }
+    if (setting != nullptr && !text(setting, name)) return false;
     Group const at = setting != nullptr ? setting : group;
     if (std::strchr(name, '/') != nullptr) return fail(at, "'%s' must not hold a '/'", name);
     if (std::strlen(name) >= sizeof node.name) {
         return fail(at, "'%s' is longer than %zu characters", name, sizeof node.name - 1);
     }
-    for (const Node& other : config_.nodes) {
-        if (std::strcmp(other.name, name) != 0) continue;
-        return fail(at, "another node has the name '%s'", name);
-    }
+    node.name[0] = '\0';  // this node's default name gives way
+    if (name_is_taken(name)) return fail(at, "another node has the name '%s'", name);
     buf_strncpy(node.name, name, sizeof node.name);
+    if (setting != nullptr) node.name_origin.line = line_of(setting);
     return true;
 }
 
@@ -220,11 +234,7 @@ bool Reader::read_places(Group root) noexcept {
 }
 
 bool Reader::read_boot_media(Group list) noexcept {
-    if (list == nullptr) {
-        if (!allocate(config_.boot_media, 1)) return false;
-        config_.boot_media.items[0].value = kDefaultBootMedium;
-        return true;
-    }
+    if (list == nullptr) return true;
     if (!aggregate(list, CONFIG_TYPE_ARRAY, "an array of directories: [ \"/disk0/\" ]")) {
         return false;
     }
@@ -289,16 +299,16 @@ bool Reader::read_job_variable(const char* text) noexcept {
     return true;
 }
 
-/// Splits the variable's value in place; it replaces what the file says.
+/// Splits a copy of the variable's value; it replaces what the file says.
 bool Reader::read_debug_variable(const char* text) noexcept {
-    config_.environment_debug = strdup(text);
-    if (config_.environment_debug == nullptr) return out_of_memory();
-    std::free(config_.debug.items);
-    config_.debug = {};
-    if (!allocate(config_.debug, std::strlen(text) / 2 + 1)) return false;
+    List<char> copy;
+    const std::size_t size = std::strlen(text) + 1;
+    if (!allocate(copy, size)) return false;
+    if (!allocate(config_.debug, size / 2 + 1)) return false;
+    std::memcpy(copy.items, text, size);
     config_.debug.count = 0;
     char* rest;
-    for (char* flag = strtok_r(config_.environment_debug, kSeparators, &rest); flag != nullptr;
+    for (char* flag = strtok_r(copy.items, kSeparators, &rest); flag != nullptr;
          flag = strtok_r(nullptr, kSeparators, &rest)) {
         config_.debug.items[config_.debug.count++] = {flag, {0, kDebugVariable}};
     }
@@ -307,6 +317,15 @@ bool Reader::read_debug_variable(const char* text) noexcept {
 
 void read_config(Config& config, const char* path) noexcept {
     Reader(config).read(path);
+}
+
+void clear_config(Config& config) noexcept {
+    for (Block* block = config.blocks; block != nullptr;) {
+        Block* const next = block->next;
+        std::free(block);
+        block = next;
+    }
+    if (config.parsed) config_destroy(&config.file);
 }
 
 }  // namespace kelvo::host

@@ -50,6 +50,7 @@ class Reader {
     // Failing: the first failure is the one that is kept. All return false.
     KELVO_PRINTF(3, 4) bool fail(Group at, const char* format, ...) noexcept;
     bool fail_file(const char* problem) noexcept;
+    bool cannot_be_read() noexcept;  // for the reason in errno
     bool out_of_memory() noexcept { return fail_file("out of memory"); }
 
     // The steps, in order.
@@ -58,10 +59,11 @@ class Reader {
     bool parse_text(char* text, std::size_t length) noexcept;
     bool read_sections() noexcept;
     bool read_nodes(Group root) noexcept;
-    bool read_self(Group group) noexcept;
     bool read_single_node(Group setting) noexcept;
     bool read_node(Group group, Node& node) noexcept;
+    const Setting<std::uint32_t>* find_id(std::uint32_t id) const noexcept;
     bool new_node_id(Group setting, Setting<std::uint32_t>& id) noexcept;
+    bool name_is_taken(const char* name) const noexcept;
     bool read_name(Group group, Node& node) noexcept;
     bool read_sub_cards(Group list, Node& node) noexcept;
     bool read_interfaces(Group list) noexcept;
@@ -93,9 +95,11 @@ class Reader {
 
 template <class T>
 bool Reader::allocate(List<T>& list, std::size_t count) noexcept {
-    list.items = static_cast<T*>(std::calloc(std::max<std::size_t>(count, 1), sizeof(T)));
-    if (list.items == nullptr) return out_of_memory();
-    list.count = count;
+    auto* const block = static_cast<Block*>(std::calloc(1, sizeof(Block) + count * sizeof(T)));
+    if (block == nullptr) return out_of_memory();
+    block->next = config_.blocks;
+    config_.blocks = block;
+    list = {reinterpret_cast<T*>(block + 1), count};
     return true;
 }
 

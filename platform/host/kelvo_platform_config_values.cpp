@@ -73,6 +73,12 @@ bool Reader::fail_file(const char* problem) noexcept {
     return false;
 }
 
+bool Reader::cannot_be_read() noexcept {
+    Text problem;
+    problem.add("cannot be read: %s", strerrordesc_np(errno));
+    return fail_file(problem.text);
+}
+
 // ------------------------------------------------------------------------------------------------
 // The file
 // ------------------------------------------------------------------------------------------------
@@ -87,37 +93,30 @@ bool Reader::find_file(const char* path) noexcept {
 }
 
 /// Reads a file to its end. @return bytes read, or -1 with errno set
-static ssize_t read_whole(const char* path, char* buffer, std::size_t size) noexcept {
-    const int descriptor = open(path, O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) return -1;
+static ssize_t read_whole(int descriptor, char* buffer, std::size_t size) noexcept {
     std::size_t length = 0;
     ssize_t got;
     do {
         got = ::read(descriptor, buffer + length, size - length);
         if (got > 0) length += static_cast<std::size_t>(got);
     } while (got > 0 || (got < 0 && errno == EINTR));
-    const int error = errno;
-    close(descriptor);
-    errno = error;
     return got < 0 ? -1 : static_cast<ssize_t>(length);
 }
 
 bool Reader::parse_file() noexcept {
-    auto* const buffer = static_cast<char*>(std::malloc(kLargestFile + 1));
-    if (buffer == nullptr) return out_of_memory();
-    const ssize_t length = read_whole(config_.path, buffer, kLargestFile + 1);
-    bool good;
-    if (length >= 0) {
-        good = parse_text(buffer, static_cast<std::size_t>(length));
-    } else if (!must_exist_ && (errno == ENOENT || errno == ENOTDIR)) {
+    const int descriptor = open(config_.path, O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        if (must_exist_ || (errno != ENOENT && errno != ENOTDIR)) return cannot_be_read();
         config_.path[0] = '\0';
-        good = true;
-    } else {
-        Text problem;
-        problem.add("cannot be read: %s", strerrordesc_np(errno));
-        good = fail_file(problem.text);
+        return true;
     }
+    auto* const buffer = static_cast<char*>(std::malloc(kLargestFile + 1));
+    const ssize_t length =
+        buffer != nullptr ? read_whole(descriptor, buffer, kLargestFile + 1) : -1;
+    const bool good =
+        length >= 0 ? parse_text(buffer, static_cast<std::size_t>(length)) : cannot_be_read();
     std::free(buffer);
+    close(descriptor);
     return good;
 }
 
@@ -141,6 +140,8 @@ bool Reader::parse_text(char* text, std::size_t length) noexcept {
                  "%.300s:%u: @include: the configuration is one file", config_.path, line);
         return false;
     }
+    config_init(&config_.file);
+    config_.parsed = true;
     if (config_read_string(&config_.file, text) == CONFIG_TRUE) return true;
     snprintf(config_.error, sizeof config_.error, "%.300s:%d: %s", config_.path,
              config_error_line(&config_.file), config_error_text(&config_.file));

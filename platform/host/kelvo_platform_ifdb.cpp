@@ -57,6 +57,6 @@ kelvo_status ifname_to_location(void* connection, const char* name, uint32_t* no
         return 0;
     }
     *reported = ask_kernel(name);
-    if (*reported == 0) *nodeid = config->self().id.value;
+    if (*reported == 0) *nodeid = config->self.id.value;
     return 0;
 }

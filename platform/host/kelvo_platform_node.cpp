@@ -1,9 +1,30 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // This node and the others, as the configuration names them.
+#include <algorithm>
 #include <cstring>
 
 #include "kelvo_platform_config.h"
+
+namespace kelvo::host {
+namespace {
+
+bool serves(const Node& node, std::uint32_t id) noexcept {
+    return std::any_of(node.sub_cards.begin(), node.sub_cards.end(),
+                       [=](const auto& card) { return card.value == id; });
+}
+
+/// The node whose processor serves a sub-card, or null when the id is no sub-card's.
+const Node* find_server(const Config& config, std::uint32_t id) noexcept {
+    if (serves(config.self, id)) return &config.self;
+    for (const Node& node : config.nodes) {
+        if (serves(node, id)) return &node;
+    }
+    return nullptr;
+}
+
+}  // namespace
+}  // namespace kelvo::host
 
 using namespace kelvo::host;
 
@@ -11,13 +32,13 @@ kelvo_status platform_my_nodeid(uint32_t* nodeid) {
     if (nodeid == nullptr) return KELVO_ERR_NULL_PARAM;
     const Config* const config = good_config();
     if (config == nullptr) return PLATFORM_HOST_ERR_CONFIG;
-    *nodeid = config->self().id.value;
+    *nodeid = config->self.id.value;
     return 0;
 }
 
 uint32_t platform_type(void) {
     const Config* const config = good_config();
-    return config != nullptr ? config->self().card_type.value : PLATFORM_HOST_UNKNOWN;
+    return config != nullptr ? config->self.card_type.value : PLATFORM_HOST_UNKNOWN;
 }
 
 uint32_t platform_is_single_node(void) {
@@ -45,14 +66,10 @@ kelvo_status platform_node_name(uint32_t nodeid, char* buffer, size_t size) {
 
 kelvo_status nodeid_to_cpu_nodeid(uint32_t nodeid, uint32_t* cpu_nodeid) {
     if (cpu_nodeid == nullptr) return KELVO_ERR_NULL_PARAM;
+    if (nodeid == KELVO_NODEID_INVALID) return PLATFORM_HOST_ERR_NODE_ID;
     const Config* const config = good_config();
     if (config == nullptr) return PLATFORM_HOST_ERR_CONFIG;
-    std::uint32_t cpu = nodeid;
-    for (const Node& node : config->nodes) {
-        for (const auto& card : node.sub_cards) {
-            if (card.value == nodeid) cpu = node.id.value;
-        }
-    }
-    *cpu_nodeid = cpu;
+    const Node* const server = find_server(*config, nodeid);
+    *cpu_nodeid = server != nullptr ? server->id.value : nodeid;
     return 0;
 }
