@@ -20,6 +20,7 @@ constexpr char kDefaultScripts[] = "/usr/lib/kelvo/scripts";
 constexpr std::size_t kInterfaceName = 64;
 constexpr char kJobVariable[] = "KELVO_JOB_ID";
 constexpr char kDebugVariable[] = "KELVO_DEBUG";
+constexpr char kBadJobId[] = "'%s' is not a number from 1 to 4294967295";
 constexpr char kSeparators[] = ", \t";
 
 const config_setting_t* element(Group list, std::size_t index) noexcept {
@@ -28,6 +29,19 @@ const config_setting_t* element(Group list, std::size_t index) noexcept {
 
 std::size_t length_of(Group list) noexcept {
     return static_cast<std::size_t>(config_setting_length(list));
+}
+
+/// Reads a job id, a decimal number from 1 on.
+bool parse_job_id(const char* text, std::uint32_t& id) noexcept {
+    std::uint64_t number = 0;
+    for (const char* at = text; *at != '\0'; ++at) {
+        if (*at < '0' || *at > '9') return false;
+        number = number * 10 + static_cast<std::uint64_t>(*at - '0');
+        if (number > UINT32_MAX) return false;
+    }
+    if (number == 0) return false;
+    id = static_cast<std::uint32_t>(number);
+    return true;
 }
 
 }  // namespace
@@ -219,11 +233,10 @@ bool Reader::read_interface_node(Group setting, Interface& interface) noexcept {
 bool Reader::read_places(Group root) noexcept {
     Group const job = config_setting_get_member(root, "job_id");
     if (job != nullptr) {
-        if (config_setting_type(job) != CONFIG_TYPE_INT || config_setting_get_int(job) < 1) {
-            return fail(job, "must be a number from 1 to 2147483647");
-        }
-        const auto number = static_cast<std::uint32_t>(config_setting_get_int(job));
-        config_.job_id = {number, {line_of(job), nullptr}};
+        const char* number = nullptr;
+        if (!text(job, number)) return false;
+        if (!parse_job_id(number, config_.job_id.value)) return fail(job, kBadJobId, number);
+        config_.job_id.origin.line = line_of(job);
     }
     Group const scripts = config_setting_get_member(root, "scripts_directory");
     if (scripts != nullptr) {
@@ -285,17 +298,14 @@ bool Reader::read_environment() noexcept {
 }
 
 bool Reader::read_job_variable(const char* text) noexcept {
-    char* end;
-    errno = 0;
-    const unsigned long number = std::strtoul(text, &end, 10);
-    const bool is_number = text[0] >= '0' && text[0] <= '9' && *end == '\0' && errno == 0;
-    if (!is_number || number < 1 || number > UINT32_MAX) {
-        snprintf(config_.error, sizeof config_.error,
-                 "environment: %s: '%.100s' is not a number from 1 to 4294967295", kJobVariable,
-                 text);
+    if (!parse_job_id(text, config_.job_id.value)) {
+        Text problem;
+        problem.add(kBadJobId, text);
+        snprintf(config_.error, sizeof config_.error, "environment: %s: %s", kJobVariable,
+                 problem.text);
         return false;
     }
-    config_.job_id = {static_cast<std::uint32_t>(number), {0, kJobVariable}};
+    config_.job_id.origin = {0, kJobVariable};
     return true;
 }
 

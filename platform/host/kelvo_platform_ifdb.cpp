@@ -4,8 +4,12 @@
 // kernel lists them. There is nothing to connect to, so binding always succeeds; a configuration in
 // error shows with the first lookup, as a failure that is not worth another try.
 #include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 
 #include "kelvo_platform_config.h"
 #include "kelvo_platform_line.h"
@@ -15,23 +19,33 @@ namespace {
 
 constinit char the_database;
 
-/// Whether the kernel has an interface of this name: 0, IFDB_UNKNOWN_INTERFACE, or why it could not
-/// be asked.
-kelvo_status ask_kernel(const char* name) noexcept {
-    const KeepErrno keep;
-    if (if_nametoindex(name) != 0) return 0;
-    switch (errno) {
+kelvo_status status_of(int error) noexcept {
+    switch (error) {
         case ENODEV:
-        case ENXIO:
             return IFDB_UNKNOWN_INTERFACE;
         case EMFILE:
         case ENFILE:
         case ENOMEM:
         case ENOBUFS:
-            return PLATFORM_HOST_ERR_SYSTEM_BUSY | static_cast<kelvo_status>(errno);
+            return PLATFORM_HOST_ERR_SYSTEM_BUSY | static_cast<kelvo_status>(error);
         default:
-            return PLATFORM_HOST_ERR_SYSTEM | static_cast<kelvo_status>(errno);
+            return PLATFORM_HOST_ERR_SYSTEM | static_cast<kelvo_status>(error);
     }
+}
+
+/// Whether the kernel has an interface of this name: 0, IFDB_UNKNOWN_INTERFACE, or why it could not
+/// be asked. (if_nametoindex() asks the same but may lose the reason of a failure.)
+kelvo_status ask_kernel(const char* name) noexcept {
+    const KeepErrno keep;
+    ifreq request{};
+    if (std::strlen(name) >= sizeof request.ifr_name) return IFDB_UNKNOWN_INTERFACE;
+    buf_strncpy(request.ifr_name, name, sizeof request.ifr_name);
+    const int any_socket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (any_socket < 0) return status_of(errno);
+    const kelvo_status status =
+        ioctl(any_socket, SIOCGIFINDEX, &request) == 0 ? 0 : status_of(errno);
+    close(any_socket);
+    return status;
 }
 
 }  // namespace

@@ -35,9 +35,10 @@ inline bool passes_limit(qor_msg_limit& limit, std::uint32_t& suppressed) noexce
     std::uint32_t before = __atomic_load_n(full_at, __ATOMIC_RELAXED);
     std::uint32_t after;
     do {
-        // Anything further ahead than an empty bucket is a time that has passed.
+        // 0 is a bucket never used; anything further ahead than an empty one is a time that has
+        // passed.
         const std::uint32_t ahead = before - now;
-        const std::uint32_t missing = ahead <= kBurst * kInterval ? ahead : 0;
+        const std::uint32_t missing = before != 0 && ahead <= kBurst * kInterval ? ahead : 0;
         if (missing + kInterval > kBurst * kInterval) {
             __atomic_fetch_add(count, 1, __ATOMIC_RELAXED);
             return false;
