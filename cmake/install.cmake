@@ -30,4 +30,7 @@ foreach(package kelvoutils kelvo-platform)
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
 
+# The host platform works without a configuration; this one says what could be in it.
+install(FILES platform/host/platform.conf.sample DESTINATION ${CMAKE_INSTALL_DATADIR}/kelvo)
+
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})

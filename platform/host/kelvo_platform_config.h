@@ -63,7 +63,7 @@ struct alignas(std::max_align_t) Block {
 
 struct Config {
     char path[4096];   ///< of the file, "" when there is none
-    char error[1024];  ///< "" while all is well
+    char error[1536];  ///< "" while all is well
     bool parsed;       ///< whether there is a `file`
     config_t file;     ///< owns the texts of the file
     Block* blocks;     ///< what lists and other texts point into

@@ -200,7 +200,7 @@ bool Reader::read_interface(Group group, Interface& interface) noexcept {
 }
 
 bool Reader::read_interface_name(Group setting, Interface& interface) noexcept {
-    const char* name = nullptr;
+    const char* name = "";
     if (!text(setting, name)) return false;
     if (std::strlen(name) >= kInterfaceName) {
         return fail(setting, "'%s' is longer than %zu characters", name, kInterfaceName - 1);
@@ -215,7 +215,7 @@ bool Reader::read_interface_name(Group setting, Interface& interface) noexcept {
 }
 
 bool Reader::read_interface_node(Group setting, Interface& interface) noexcept {
-    const char* value = nullptr;
+    const char* value = "";
     if (!text(setting, value)) return false;
     if (std::strcmp(value, "none") == 0) {
         interface.node = {KELVO_NODEID_INVALID, {line_of(setting), nullptr}};
@@ -233,7 +233,7 @@ bool Reader::read_interface_node(Group setting, Interface& interface) noexcept {
 bool Reader::read_places(Group root) noexcept {
     Group const job = config_setting_get_member(root, "job_id");
     if (job != nullptr) {
-        const char* number = nullptr;
+        const char* number = "";
         if (!text(job, number)) return false;
         if (!parse_job_id(number, config_.job_id.value)) return fail(job, kBadJobId, number);
         config_.job_id.origin.line = line_of(job);

@@ -185,7 +185,7 @@ bool Reader::absolute_path(Group setting, const char*& value) noexcept {
 }
 
 bool Reader::node_id(Group setting, Setting<std::uint32_t>& id) noexcept {
-    const char* value = nullptr;
+    const char* value = "";
     if (!text(setting, value)) return false;
     if (nodeid_parse(value, &id.value) != 0) {
         return fail(setting, "'%s' is not a node id (rack_slot_cpu, such as 0_1_1)", value);
@@ -198,7 +198,7 @@ bool Reader::word(Group group, const char* key, const Word* words,
                   Setting<std::uint32_t>& value) noexcept {
     Group const setting = config_setting_get_member(group, key);
     if (setting == nullptr) return true;
-    const char* given = nullptr;
+    const char* given = "";
     if (!text(setting, given)) return false;
     Text choices;
     for (const Word* word = words; word->text != nullptr; ++word) {

@@ -13,7 +13,7 @@
 namespace kelvo::host {
 namespace {
 
-constexpr std::size_t kStack = 256 * 1024;
+constexpr std::size_t kStack = 256UL * 1024;
 
 /// What the process in between is told, and what it answers.
 struct Errand {

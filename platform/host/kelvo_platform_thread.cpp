@@ -16,7 +16,7 @@ namespace kelvo::host {
 namespace {
 
 pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-constinit platform_host_blocked_thread rows[PLATFORM_HOST_BLOCKED_THREADS];  // thread 0 is free
+constinit platform_host_blocked_thread rows[PLATFORM_HOST_BLOCKED_THREADS] = {};  // thread 0: free
 
 /// The row of a thread, or the first free one for thread 0; null when there is none. The mutex is
 /// held.

@@ -23,7 +23,7 @@ struct Trace {
 };
 
 pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-constinit Trace traces[PLATFORM_HOST_TRACES];
+constinit Trace traces[PLATFORM_HOST_TRACES] = {};
 
 /// The open trace behind a handle, or null. The mutex is held.
 Trace* open_trace(const void* handle) noexcept {

@@ -329,7 +329,7 @@ TEST(RateLimit, ThreadsShareOneBucketAndTheirLinesStayWhole) {
         qor_errmsg(&record, 7, 9, 9);
     });
     ASSERT_EQ(messages.size(), kBurst + 1U);
-    for (int i = 0; i < kBurst; ++i) {
+    for (std::size_t i = 0; i < kBurst; ++i) {
         int thread;
         int number;
         ASSERT_EQ(

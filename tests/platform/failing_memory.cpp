@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 // The allocator underneath: the C library's, or a sanitizer's.
@@ -98,6 +99,17 @@ KELVO_UNWATCHED void* realloc(void* block, std::size_t size) noexcept {
 KELVO_UNWATCHED void free(void* block) noexcept {
     if (state.armed && block != nullptr) --state.outstanding;
     KELVO_UNDERLYING(free)(block);
+}
+
+// The C library's own asks malloc(), a sanitizer's does not.
+KELVO_UNWATCHED char* strdup(const char* text) noexcept {
+    const std::size_t size = std::strlen(text) + 1;
+    void* const copy = malloc(size);
+    return copy == nullptr ? nullptr : static_cast<char*>(std::memcpy(copy, text, size));
+}
+// The name that libraries built against an old C library call.
+KELVO_UNWATCHED char* __strdup(const char* text) noexcept {
+    return strdup(text);
 }
 
 }  // extern "C"
