@@ -13,8 +13,8 @@
 #define KELVO_UNDERLYING(name) __libc_##name
 #endif
 
-// The thread sanitizer asks for memory before it can watch anybody, so it must not watch these.
-#define KELVO_UNWATCHED __attribute__((no_sanitize("thread")))
+// A sanitizer asks for memory before it can watch anybody, so it must not watch these.
+#define KELVO_UNWATCHED __attribute__((no_sanitize("address", "thread")))
 
 extern "C" {
 void* KELVO_UNDERLYING(malloc)(std::size_t size);
