@@ -13,6 +13,8 @@
 namespace example {
 namespace {
 
+constexpr std::size_t kMost = 8;  // interfaces, so that what is printed stays readable
+
 // The first line of an attribute; empty when the interface does not have it.
 std::string attribute(const std::string& interface, const char* name) {
     std::ifstream file("/sys/class/net/" + interface + "/" + name);
@@ -42,7 +44,7 @@ std::vector<std::string> interface_names() {
     std::vector<std::string> names;
     struct if_nameindex* const all = if_nameindex();
     if (all == nullptr) return names;
-    for (const struct if_nameindex* each = all; each->if_index != 0; ++each)
+    for (const struct if_nameindex* each = all; each->if_index != 0 && names.size() < kMost; ++each)
         names.emplace_back(each->if_name);
     if_freenameindex(all);
     return names;

@@ -15,7 +15,7 @@ struct Fact {
     Value value;
 };
 
-/// The names of the network interfaces, in no particular order.
+/// The names of the network interfaces, the first few when there are many.
 std::vector<std::string> interface_names();
 
 /// MTU, state, MAC address and counters of an interface, under oper/net/if/<name>/.

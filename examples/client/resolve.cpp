@@ -35,6 +35,8 @@ std::string Owner::description() const {
     std::string text = kelvo_comm_nodetype_desc(answer.node_type);
     if (answer.node_type == KELVO_NODE_PHYSICAL)
         text += std::string(" node ") + kelvo_util_nodeid_to_str(answer.node_id);
+    else if (answer.node_id != KELVO_NODEID_INVALID)
+        text += " of logical router " + std::to_string(answer.node_id);
     return text + ", server type " + std::to_string(answer.server_type);
 }
 

@@ -39,6 +39,7 @@ int Tour::run() {
     facts();
     changes();
     lists();
+    names();
     finds();
     transactions();
     locks();

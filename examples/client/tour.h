@@ -32,6 +32,7 @@ class Tour final : public Observer {
     void facts();
     void changes();
     void lists();
+    void names();
     void finds();
     void transactions();
     void locks();
@@ -48,6 +49,7 @@ class Tour final : public Observer {
     void dump(const std::string& key, const std::string& caption,
               const std::vector<std::string>& lines);
 
+    void show_owner(const std::string& path, std::uint32_t options);
     /// The bound session for a path's owner.
     Session& session_for(const std::string& path);
     Session& session_on(const Channel& channel);

@@ -2,7 +2,10 @@
 //
 // Scenes: lists of names and items, and searches.
 #include <algorithm>
+#include <cstdlib>
+#include <stdexcept>
 
+#include "kelvo_string.h"
 #include "status.h"
 #include "tour.h"
 
@@ -13,6 +16,19 @@ std::vector<std::string> names_of(const Listing& listing) {
     std::vector<std::string> names;
     for (const Entry& entry : listing.entries) names.push_back(entry.name);
     return names;
+}
+
+using Transformation = decltype(&kelvo_string_encode);
+
+// The library hands out a new text, which is its caller's to free.
+std::string transformed(Transformation transform, const std::string& from) {
+    char* made = nullptr;
+    std::uint32_t length = 0;
+    if (const kelvo_status status = transform(from.c_str(), &made, &length))
+        throw std::runtime_error(from + ": " + status_name(status));
+    std::string to(made, length);
+    std::free(made);
+    return to;
 }
 
 }  // namespace
@@ -56,6 +72,23 @@ void Tour::lists() {
     show_entries("get-items below cfg/gl/example/",
                  get_items(session, "cfg/gl/example/", {"9", "2/size", "absent"}),
                  {"9", "2/size", "absent"});
+}
+
+// One component cannot hold every character: "/" would end it, and others are pattern syntax.
+void Tour::names() {
+    out_.scene("Names with reserved characters");
+    const std::string name = "uplink (rack 1/slot *)";
+    const std::string component = transformed(kelvo_string_encode, name);
+    const std::string path = "cfg/gl/labels/" + component;
+    Session& session = session_for(path);
+    out_.line('"' + name + "\" is encoded as \"" + component + '"');
+    out_.status("create " + path, create(session, path, text("label")));
+    const Listing labels = list(session, "cfg/gl/labels/", "", 0);
+    show_entries("list cfg/gl/labels/", labels, {component});
+    for (const Entry& entry : labels.entries) {
+        const std::string decoded = transformed(kelvo_string_decode, entry.name);
+        out_.check("  decoded", decoded, decoded == name);
+    }
 }
 
 void Tour::finds() {

@@ -8,6 +8,14 @@
 
 namespace example {
 
+void Tour::show_owner(const std::string& path, std::uint32_t options) {
+    const Owner owner = resolve(path, options);
+    out_.status(path, owner.status);
+    if (owner.status != 0) return;
+    out_.line("  owner    " + owner.description());
+    out_.line(std::string("  channel  ") + (owner.channel ? owner.channel->path : "none"));
+}
+
 void Tour::paths() {
     out_.scene("Who owns a path, and through which channel it is reached");
     out_.note("The resolver walks a path's components; the platform knows which node an interface");
@@ -16,14 +24,11 @@ void Tour::paths() {
                                          "data/gl/memory/total", "admin/cfg/gl/host/name"};
     for (const std::string& name : interface_names())
         examples.push_back("oper/net/if/" + name + "/mtu");
-    for (const std::string& path : examples) {
-        const Owner owner = resolve(path);
-        out_.status(path, owner.status);
-        if (owner.status != 0) continue;
-        out_.line("  owner    " + owner.description());
-        out_.line(std::string("  channel  ") + (owner.channel ? owner.channel->path : "none"));
-    }
-    out_.note("Not every path has an owner:");
+    for (const std::string& path : examples) show_owner(path, 0);
+    out_.note("On another logical router, and of every interface for a management client:");
+    show_owner("remote/3/cfg/gl/host/name", 0);
+    show_owner("oper/net/if/.*/mtu", KELVO_NR_OPT_REGEXP | KELVO_NR_OPT_MANAGEMENT);
+    out_.note("Not every path has an owner or a channel; the library logs the last one:");
     out_.status("cfg/nowhere/x", resolve("cfg/nowhere/x").status, KELVO_ERR_NO_OWNER);
     out_.status("/cfg/gl/x", resolve("/cfg/gl/x").status, KELVO_ERR_BAD_PATH);
     out_.status("cfg/gl/x, unverified (for the commit verifier)",

@@ -6,6 +6,22 @@
 #include "tour.h"
 
 namespace example {
+namespace {
+
+std::string operation_name(std::uint32_t code) {
+    switch (code) {
+        case kBulkGet:
+            return "get";
+        case kBulkSet:
+            return "set";
+        case kBulkDelete:
+            return "delete";
+        default:
+            return "operation " + std::to_string(code) + " on";
+    }
+}
+
+}  // namespace
 
 void Tour::transactions() {
     out_.scene("Transactions: all or nothing");
@@ -73,7 +89,7 @@ void Tour::bulks() {
                 bulk(session, "cfg/gl/example/", operations, outcomes));
     out_.check("  outcomes", std::to_string(outcomes.size()), outcomes.size() == operations.size());
     for (std::size_t i = 0; i < outcomes.size(); ++i)
-        out_.status("  operation " + std::to_string(operations[i].code) + " on " + outcomes[i].path,
+        out_.status("  " + operation_name(operations[i].code) + " " + outcomes[i].path,
                     outcomes[i].status, wanted[i]);
     if (outcomes.size() > 2) out_.value("  what it read", outcomes[2].value, text("nine again"));
     Value value;

@@ -68,7 +68,7 @@ std::optional<Reply> handle_find(Request& request) {
     request.service.items().range(first, [&](const auto& path, const Value& value) {
         if (!path.starts_with(prefix)) return false;
         if (path == after || !matches(path, text, pattern.get())) return true;
-        if (reply.full()) return reply.stop_here(), false;
+        if (reply.full()) return reply.stop_here();
         reply.add_item(path, &value);
         return true;
     });
@@ -87,7 +87,9 @@ std::optional<Reply> handle_find_group(Request& request) {
     kelvo_rply_find_group fixed{};
     std::uint32_t count = 0;
     request.service.items().range(base, [&](const auto& path, const Value&) {
-        return path.starts_with(base) && ++count != 0;
+        const bool inside = path.starts_with(base);
+        if (inside) ++count;
+        return inside;
     });
     fixed.word = network(count);
     return Reply{Kind::answer, Layout().fixed(fixed).take()};

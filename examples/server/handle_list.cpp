@@ -56,7 +56,7 @@ std::optional<Reply> handle_list(Request& request) {
         if (!path.starts_with(list.base)) return false;
         const std::string name = component_of(path.substr(list.base.size()));
         if (name == last) return true;
-        if (reply.full()) return reply.stop_here(), false;
+        if (reply.full()) return reply.stop_here();
         reply.add_name(last = name);
         return true;
     });
@@ -72,7 +72,7 @@ std::optional<Reply> handle_datalist(Request& request) {
     request.service.items().range(first, [&](const auto& path, const Value& value) {
         if (!path.starts_with(list.base)) return false;
         if (path == first) return true;
-        if (reply.full()) return reply.stop_here(), false;
+        if (reply.full()) return reply.stop_here();
         reply.add_item(path.substr(list.base.size()), &value);
         return true;
     });

@@ -21,9 +21,13 @@ class ListReply {
     /// the item's status.
     void add_item(const std::string& name, const Value* value, kelvo_status status = 0);
 
-    /// True when no further entry is to be added. Whoever had one calls stop_here().
+    /// True when no further entry is to be added. Whoever had one calls stop_here() and ends its
+    /// walk.
     bool full() const;
-    void stop_here() { more_ = true; }
+    bool stop_here() {
+        more_ = true;
+        return false;
+    }
     /// True when the reply has become larger than a message may be.
     bool too_large() const { return entries_.size() > kMaxReply / 2; }
 
