@@ -2,79 +2,15 @@
 //
 // A hostile client against the example server: whatever arrives, the server answers or closes that
 // one connection, and serves the next.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <random>
 
-#include "e2e/processes.h"
-#include "kelvo_common_msg_types.h"
-#include "kelvo_status.h"
+#include "e2e/messages.h"
 
 namespace kelvo::test {
 namespace {
 
-constexpr std::uint32_t kVersion = 541;
-
-Bytes bind_message() {
-    return Message(Order::network, KELVO_MSG_BIND)
-        .words({kVersion, 0, 0, 0, 0, 0, 0, 0, 0, 0})
-        .text("hostile")
-        .text("test")
-        .bytes();
-}
-
-Bytes get_message(const std::string& path) {
-    return Message(Order::network, KELVO_MSG_ITEM_GET)
-        .words({0, 0})
-        .cell(1)
-        .cell(0)
-        .text(path)
-        .bytes();
-}
-
-Bytes set_message(const std::string& path, const Bytes& value) {
-    return Message(Order::network, KELVO_MSG_ITEM_SET)
-        .words({0, 0})
-        .cell(1)
-        .cell(3)
-        .text(path)
-        .value(value)
-        .bytes();
-}
-
-std::uint32_t status_in(const Bytes& reply) {
-    return reply.size() < 40 ? ~0u : ntohl(word_at(reply, 24));
-}
-
-class HostileClient : public testing::Test {
-  protected:
-    /// Sends a request and waits for its reply. @return the status of a result, 0 for an answer
-    [[nodiscard]] std::uint32_t ask(const RawConnection& connection, const Bytes& message) const {
-        EXPECT_TRUE(connection.send(framed(message, 7)));
-        const Bytes reply = connection.message();
-        EXPECT_GE(reply.size(), 16u) << "no reply\n" << contents(log_);
-        if (reply.size() < 16) return ~0u;
-        EXPECT_EQ(ntohl(word_at(reply, 12)), 7u) << "the request's number";
-        const bool result = ntohl(word_at(reply, 8)) == 2;
-        return result ? status_in(reply) : 0;
-    }
-    void expect_served() const {
-        const RawConnection fresh(local_);
-        EXPECT_EQ(ask(fresh, bind_message()), 0u);
-        EXPECT_EQ(ask(fresh, get_message("oper/net/if/lo/none")), KELVO_ERR_NOT_FOUND);
-    }
-    void TearDown() override {
-        expect_served();
-        server_.signal(SIGTERM);
-        EXPECT_EQ(server_.wait_for_end(), 0) << contents(log_);
-    }
-
-    RuntimeDirectory directory_;
-    std::string log_ = directory_.file("/server.log");
-    std::string local_ = directory_.file("/dev/kelvosvr-local");
-    Process server_{EXAMPLE_SERVER, log_};
-};
+using HostileClient = ExampleServer;
 
 TEST_F(HostileClient, FrameLengthsThatCannotBeRightCloseTheConnection) {
     for (const std::uint32_t length : {0u, 15u, (1u << 20) + 1, 0x80000000u, 0xffffffffu}) {
@@ -172,9 +108,6 @@ std::vector<Bytes> well_formed_messages() {
                      40,
                  48);
     };
-    const auto registration = [&](std::uint32_t type) {
-        return Message(Order::network, type).words({7, 0}).raw(Bytes(64).data(), 64);
-    };
     return {
         bind_message(),
         get_message(path),
@@ -211,9 +144,9 @@ std::vector<Bytes> well_formed_messages() {
             .bytes(),
         bulk(Order::host).bytes(),
         bulk(Order::network).bytes(),
-        registration(KELVO_MSG_NFN_REG).words({0, 0}).text("oper/net/if/watched/").bytes(),
+        registration(KELVO_MSG_NFN_REG, 7).words({0, 0}).text("oper/net/if/watched/").bytes(),
         Message(Order::network, KELVO_MSG_NFN_UNREG).words({7}).bytes(),
-        registration(KELVO_MSG_VRFN_REG)
+        registration(KELVO_MSG_VRFN_REG, 7)
             .words({0, 0, 0, 0, 2, 0})
             .text("oper/net/if/lo/a")
             .text("oper/net/if/lo/b")
