@@ -172,8 +172,7 @@ KELVO_API extern const uint32_t kelvo_nr_dfa_start_state;
  * Makes the resolver ready. Once per process, before any lookup and before other threads.
  *
  * @param is_server     not 0 when this process is a store server; kept, and nothing else
- * @param nodeid        this node's id, for the show tool only; every other process asks the
- * platform
+ * @param nodeid        this node's id, for the show tool only; the others ask the platform
  * @param trace_handle  where names of nodes and interfaces that cannot be resolved are written (see
  *                      platform_trace_record()); null to have them logged
  *
@@ -250,14 +249,14 @@ KELVO_ASSERT_SIZE(kelvo_nr_answer, 16);
  *     never allocate
  *  -# ::KELVO_ERR_BAD_PATH: the path begins with the letter "r" but not with the component "remote"
  *  -# ::KELVO_ERR_NO_OWNER: this process refuses deprecated paths and the path is one
- *  -# ::KELVO_ERR_NO_OWNER: no server owns the path; the answer is on the shared plane and this
- * card may not reach it; or the node or interface in the path cannot be resolved, which is logged
- * on the record "PARSE_FAILED" or written to the trace
+ *  -# ::KELVO_ERR_NO_OWNER: no server owns the path; its owner is on the shared plane, which this
+ *     card may not reach; or the node or interface in it cannot be resolved, which is logged on the
+ *     record "PARSE_FAILED" or written to the trace (for a sub-card it is logged as internal,
+ *     "Failed to extract card nodeid")
  *  -# ::KELVO_ERR_REMOTE_LOCAL_BIND: the path belongs to another node's local server, the system is
  *     not one node, the caller is not a management client, and the process is the show tool or the
  *     management-client process
- *  -# ::KELVO_ERR_BAD_PATH: a remote path whose owner is not the shared, the admin or the CCV
- * server
+ *  -# ::KELVO_ERR_BAD_PATH: a remote path that another than the shared, admin or CCV server owns
  *
  * A node is named by its text form when the component has a "_" in it, else by hexadecimal digits;
  * the name of a sub-card stands for its processor. The name of an interface has at most 63
@@ -267,7 +266,10 @@ KELVO_ASSERT_SIZE(kelvo_nr_answer, 16);
  *
  * Note: every path that begins with the letter "r" and is not a remote path is refused.
  *
- * Note: a regular expression among the names of a level ends the walk for a management client that
+ * Note: some deprecated paths are logged on the record "DEPRECATED_PATH", unless this process
+ * refuses them.
+ *
+ * Note: a regular expression where a name is expected ends the walk for a management client that
  * may use them; the path then counts as ambiguous.
  *
  * Note: an ambiguous answer is not versioned when the path's first component, or the one after

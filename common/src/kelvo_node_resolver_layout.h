@@ -127,11 +127,20 @@ class Layout {
         return reached;
     }
 
+    /// Reached while compiling, it ends the compilation: a row stands before a shorter one that it
+    /// begins with, so the first row that fits would not be the first to decide.
+    static void rows_are_out_of_order();
+
     /// Where a component leads that leaves these rows: the answer of the first, or a level of all.
     constexpr u32 follow(RowSet set, u32 depth) {
         u32 first = 0;
         while (!holds(set, first)) ++first;
-        if (!completes(first, depth)) return lay_level(set, depth + 1);
+        if (!completes(first, depth)) {
+            for (u32 row = first; row < kRows; ++row) {
+                if (holds(set, row) && completes(row, depth)) rows_are_out_of_order();
+            }
+            return lay_level(set, depth + 1);
+        }
         const Parts& row = rows_[first];
         u32 at = lay_once({KELVO_NR_DFA_RESULT, row.result, 0, 0});
         if (row.patterns[depth].wildcard) at = lay_once({KELVO_NR_DFA_WILDCARD_TEST, 0, at, at});

@@ -16,7 +16,10 @@ constinit State nr::state;
 
 namespace {
 
-constinit std::atomic<u32> known_centralised = State::kUnknown;
+/// The platform has not been asked yet.
+constexpr u32 kUnknown = 0xFFFFFFFF;
+
+constinit std::atomic<u32> known_centralised = kUnknown;
 
 bool process_is(const char* name) {
     return std::strcmp(program_invocation_short_name, name) == 0;
@@ -50,7 +53,7 @@ void delete_ifdb_key() {
 
 bool nr::centralised() {
     u32 known = known_centralised.load(std::memory_order_relaxed);
-    if (known == State::kUnknown) {
+    if (known == kUnknown) {
         known = platform_is_single_node();
         if (known > 1) known = 0;
         known_centralised.store(known, std::memory_order_relaxed);
@@ -62,7 +65,7 @@ kelvo_status kelvo_nr_init(uint32_t is_server, uint32_t nodeid, void* trace_hand
     // A process that starts over begins from nothing.
     delete_ifdb_key();
     state = State{};
-    known_centralised.store(State::kUnknown, std::memory_order_relaxed);
+    known_centralised.store(kUnknown, std::memory_order_relaxed);
 
     state.is_server = is_server;
     state.trace = trace_handle;

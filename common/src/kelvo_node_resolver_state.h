@@ -32,9 +32,6 @@ inline constexpr kelvo_nr_answer kIllegal = {KELVO_NODE_ILLEGAL, KELVO_NODEID_IN
                                              KELVO_SERVER_LOCAL};
 
 struct State {
-    /// The platform has not been asked yet whether the system is one node.
-    static constexpr u32 kUnknown = 0xFFFFFFFF;
-
     u32 is_server = 0;
     void* trace = nullptr;
     u32 card_type = PLATFORM_TYPE_ROUTE_PROCESSOR;
