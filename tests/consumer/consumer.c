@@ -10,14 +10,15 @@ int main(void) {
     kelvo_length_cell count = {0, 0}, type = {0, 0}, name = {0, 0};
     kelvo_slot list[6];
     char path[] = "cfg/gl/a";
-    kelvo_lib_msg_item_get_compose(header, &count.length, &type.length, &name.length, path, 7, list);
+    kelvo_lib_msg_item_get_compose(header, &count.length, &type.length, &name.length, path, 7,
+                                   list);
 
     uint32_t size = 0;
-    uint8_t *message = NULL;
+    uint8_t* message = NULL;
     kelvo_common_msg_iovs_length(list, 6, &size);
     if (kelvo_common_msg_iovs_to_buffer(list, 6, size, &message) != 0) return 1;
 
-    char *found = NULL;
+    char* found = NULL;
     uint32_t argument = 0;
     if (kelvo_common_msg_get_interpret_endian_ntoh(message, (int32_t)size, &found, &argument) != 0)
         return 2;

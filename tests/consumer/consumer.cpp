@@ -7,6 +7,7 @@
 #include <cstring>
 
 int main() {
-    std::printf("%s: %s\n", kelvo_comm_msg_desc(KELVO_MSG_BIND), errcode_strerror(KELVO_ERR_NO_OWNER));
+    std::printf("%s: %s\n", kelvo_comm_msg_desc(KELVO_MSG_BIND),
+                errcode_strerror(KELVO_ERR_NO_OWNER));
     return std::strstr(errcode_strerror(KELVO_ERR_NO_OWNER), "owns the path") == nullptr ? 1 : 0;
 }
