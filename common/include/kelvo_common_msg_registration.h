@@ -203,8 +203,7 @@ KELVO_ASSERT_SIZE(kelvo_msg_cfg_grp, 48);
  * Each checks a received request of `length` bytes in host order and hands out its fields. Texts,
  * the client block and the pointers of a path array point into the message, which must outlive
  * them. Except for configuration groups, nothing beyond `length` is read. Nothing is logged. On
- * failure the out-parameters are
- * left alone.
+ * failure the out-parameters are left alone.
  *
  * A counted string is checked in this order: room for its length cell and for its text,
  * ::KELVO_ERR_MSG_LENGTH; a text that is not empty and ends in NUL, ::KELVO_ERR_MSG_CONTENT; room
