@@ -122,10 +122,10 @@ void Dump::counted_value(const std::string& name) {
 }
 
 void Dump::field(const Field& field) {
-    if (field.width == 4)
+    if (field.cell)
+        cell(std::string(field.name) + ".length");
+    else if (field.width == 4)
         word(field.name);
-    else if (field.width == sizeof(kelvo_length_cell))
-        cell(field.name);
     else
         raw(field.name, field.width);
 }

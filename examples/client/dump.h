@@ -17,6 +17,7 @@ struct Field {
     std::size_t offset;
     std::size_t width;
     const char* name;
+    bool cell;  // a length cell
 };
 
 /// Walks a message field by field and collects the lines.

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <type_traits>
 
 #include "dump.h"
 #include "kelvo_common_msg_bind.h"
@@ -20,9 +21,12 @@
 
 namespace example {
 
+template <typename T>
+inline constexpr bool is_cell = std::is_same_v<T, kelvo_length_cell>;
+
 #define F(type, member)                                                                            \
     Field {                                                                                        \
-        offsetof(type, member), sizeof(type::member), #member                                      \
+        offsetof(type, member), sizeof(type::member), #member, is_cell<decltype(type::member)>     \
     }
 
 // ---- requests
