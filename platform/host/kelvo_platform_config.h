@@ -107,8 +107,8 @@ struct Word {
     std::uint32_t number;
 };
 
-/// The words for card types, node types, log destinations, log levels and truth values, each ended
-/// by a null text.
+/// The words for card types, node types, log destinations and log levels, each list ended by a null
+/// text.
 extern const Word kCardTypes[];
 extern const Word kNodeTypes[];
 extern const Word kLogDestinations[];

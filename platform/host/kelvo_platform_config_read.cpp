@@ -5,7 +5,6 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstring>
 
 #include "kelvo_platform_config_reader.h"
@@ -23,11 +22,11 @@ constexpr char kDebugVariable[] = "KELVO_DEBUG";
 constexpr char kBadJobId[] = "'%s' is not a number from 1 to 4294967295";
 constexpr char kSeparators[] = ", \t";
 
-const config_setting_t* element(Group list, std::size_t index) noexcept {
+Entry element(Entry list, std::size_t index) noexcept {
     return config_setting_get_elem(list, static_cast<unsigned>(index));
 }
 
-std::size_t length_of(Group list) noexcept {
+std::size_t length_of(Entry list) noexcept {
     return static_cast<std::size_t>(config_setting_length(list));
 }
 
@@ -64,7 +63,7 @@ void Reader::set_defaults() noexcept {
 }
 
 bool Reader::read_sections() noexcept {
-    Group const root = config_root_setting(&config_.file);
+    Entry const root = config_root_setting(&config_.file);
     return known_keys(root, {"node", "single_node", "nodes", "interfaces", "job_id", "boot_media",
                              "scripts_directory", "log", "debug"}) &&
            read_nodes(root) && read_interfaces(config_setting_get_member(root, "interfaces")) &&
@@ -76,10 +75,10 @@ bool Reader::read_sections() noexcept {
 // Nodes
 // ------------------------------------------------------------------------------------------------
 
-bool Reader::read_nodes(Group root) noexcept {
-    Group const self = config_setting_get_member(root, "node");
+bool Reader::read_nodes(Entry root) noexcept {
+    Entry const self = config_setting_get_member(root, "node");
     if (self != nullptr && !read_node(self, config_.self)) return false;
-    Group const others = config_setting_get_member(root, "nodes");
+    Entry const others = config_setting_get_member(root, "nodes");
     if (others != nullptr) {
         if (!aggregate(others, CONFIG_TYPE_LIST, "a list of groups: ( {...} )")) return false;
         if (!allocate(config_.nodes, length_of(others))) return false;
@@ -91,7 +90,7 @@ bool Reader::read_nodes(Group root) noexcept {
     return read_single_node(config_setting_get_member(root, "single_node"));
 }
 
-bool Reader::read_single_node(Group setting) noexcept {
+bool Reader::read_single_node(Entry setting) noexcept {
     if (setting == nullptr) return true;
     if (!aggregate(setting, CONFIG_TYPE_BOOL, "true or false")) return false;
     const bool single = config_setting_get_bool(setting) == CONFIG_TRUE;
@@ -99,10 +98,10 @@ bool Reader::read_single_node(Group setting) noexcept {
     return true;
 }
 
-bool Reader::read_node(Group group, Node& node) noexcept {
+bool Reader::read_node(Entry group, Node& node) noexcept {
     if (!aggregate(group, CONFIG_TYPE_GROUP, "a group: {...}")) return false;
     if (!known_keys(group, {"id", "name", "card_type", "node_type", "sub_cards"})) return false;
-    Group const id = config_setting_get_member(group, "id");
+    Entry const id = config_setting_get_member(group, "id");
     if (id == nullptr) return fail(group, "has no id");
     return new_node_id(id, node.id) && read_name(group, node) &&
            word(group, "card_type", kCardTypes, node.card_type) &&
@@ -127,7 +126,7 @@ const Setting<std::uint32_t>* Reader::find_id(std::uint32_t id) const noexcept {
 }
 
 /// Reads an id that no node or sub-card before it has.
-bool Reader::new_node_id(Group setting, Setting<std::uint32_t>& id) noexcept {
+bool Reader::new_node_id(Entry setting, Setting<std::uint32_t>& id) noexcept {
     Setting<std::uint32_t> given;
     if (!node_id(setting, given)) return false;
     const auto* const first = find_id(given.value);
@@ -149,11 +148,11 @@ bool Reader::name_is_taken(const char* name) const noexcept {
 }
 
 /// A node without a name is called by its id.
-bool Reader::read_name(Group group, Node& node) noexcept {
-    Group const setting = config_setting_get_member(group, "name");
+bool Reader::read_name(Entry group, Node& node) noexcept {
+    Entry const setting = config_setting_get_member(group, "name");
     const char* name = config_setting_get_string(config_setting_get_member(group, "id"));
     if (setting != nullptr && !text(setting, name)) return false;
-    Group const at = setting != nullptr ? setting : group;
+    Entry const at = setting != nullptr ? setting : group;
     if (std::strchr(name, '/') != nullptr) return fail(at, "'%s' must not hold a '/'", name);
     if (std::strlen(name) >= sizeof node.name) {
         return fail(at, "'%s' is longer than %zu characters", name, sizeof node.name - 1);
@@ -165,7 +164,7 @@ bool Reader::read_name(Group group, Node& node) noexcept {
     return true;
 }
 
-bool Reader::read_sub_cards(Group list, Node& node) noexcept {
+bool Reader::read_sub_cards(Entry list, Node& node) noexcept {
     if (list == nullptr) return true;
     if (!aggregate(list, CONFIG_TYPE_ARRAY, "an array of node ids: [ \"0_1_16\" ]")) return false;
     if (!allocate(node.sub_cards, length_of(list))) return false;
@@ -179,7 +178,7 @@ bool Reader::read_sub_cards(Group list, Node& node) noexcept {
 // Interfaces
 // ------------------------------------------------------------------------------------------------
 
-bool Reader::read_interfaces(Group list) noexcept {
+bool Reader::read_interfaces(Entry list) noexcept {
     if (list == nullptr) return true;
     if (!aggregate(list, CONFIG_TYPE_LIST, "a list of groups: ( {...} )")) return false;
     if (!allocate(config_.interfaces, length_of(list))) return false;
@@ -189,17 +188,17 @@ bool Reader::read_interfaces(Group list) noexcept {
     return true;
 }
 
-bool Reader::read_interface(Group group, Interface& interface) noexcept {
+bool Reader::read_interface(Entry group, Interface& interface) noexcept {
     if (!aggregate(group, CONFIG_TYPE_GROUP, "a group: {...}")) return false;
     if (!known_keys(group, {"name", "node"})) return false;
-    Group const name = config_setting_get_member(group, "name");
+    Entry const name = config_setting_get_member(group, "name");
     if (name == nullptr) return fail(group, "has no name");
-    Group const node = config_setting_get_member(group, "node");
+    Entry const node = config_setting_get_member(group, "node");
     if (node == nullptr) return fail(group, "has no node");
     return read_interface_name(name, interface) && read_interface_node(node, interface);
 }
 
-bool Reader::read_interface_name(Group setting, Interface& interface) noexcept {
+bool Reader::read_interface_name(Entry setting, Interface& interface) noexcept {
     const char* name = "";
     if (!text(setting, name)) return false;
     if (std::strlen(name) >= kInterfaceName) {
@@ -214,7 +213,7 @@ bool Reader::read_interface_name(Group setting, Interface& interface) noexcept {
     return true;
 }
 
-bool Reader::read_interface_node(Group setting, Interface& interface) noexcept {
+bool Reader::read_interface_node(Entry setting, Interface& interface) noexcept {
     const char* value = "";
     if (!text(setting, value)) return false;
     if (std::strcmp(value, "none") == 0) {
@@ -230,15 +229,15 @@ bool Reader::read_interface_node(Group setting, Interface& interface) noexcept {
 // Places, log, debug flags
 // ------------------------------------------------------------------------------------------------
 
-bool Reader::read_places(Group root) noexcept {
-    Group const job = config_setting_get_member(root, "job_id");
+bool Reader::read_places(Entry root) noexcept {
+    Entry const job = config_setting_get_member(root, "job_id");
     if (job != nullptr) {
         const char* number = "";
         if (!text(job, number)) return false;
         if (!parse_job_id(number, config_.job_id.value)) return fail(job, kBadJobId, number);
         config_.job_id.origin.line = line_of(job);
     }
-    Group const scripts = config_setting_get_member(root, "scripts_directory");
+    Entry const scripts = config_setting_get_member(root, "scripts_directory");
     if (scripts != nullptr) {
         if (!absolute_path(scripts, config_.scripts_directory.value)) return false;
         config_.scripts_directory.origin.line = line_of(scripts);
@@ -246,14 +245,14 @@ bool Reader::read_places(Group root) noexcept {
     return read_boot_media(config_setting_get_member(root, "boot_media"));
 }
 
-bool Reader::read_boot_media(Group list) noexcept {
+bool Reader::read_boot_media(Entry list) noexcept {
     if (list == nullptr) return true;
     if (!aggregate(list, CONFIG_TYPE_ARRAY, "an array of directories: [ \"/disk0/\" ]")) {
         return false;
     }
     if (!allocate(config_.boot_media, length_of(list))) return false;
     for (std::size_t i = 0; i < config_.boot_media.count; ++i) {
-        Group const setting = element(list, i);
+        Entry const setting = element(list, i);
         auto& medium = config_.boot_media.items[i];
         if (!absolute_path(setting, medium.value)) return false;
         if (medium.value[std::strlen(medium.value) - 1] != '/') {
@@ -264,7 +263,7 @@ bool Reader::read_boot_media(Group list) noexcept {
     return true;
 }
 
-bool Reader::read_log(Group log) noexcept {
+bool Reader::read_log(Entry log) noexcept {
     if (log == nullptr) return true;
     return aggregate(log, CONFIG_TYPE_GROUP, "a group: {...}") &&
            known_keys(log, {"destination", "level"}) &&
@@ -272,7 +271,7 @@ bool Reader::read_log(Group log) noexcept {
            word(log, "level", kLogLevels, config_.log_level);
 }
 
-bool Reader::read_debug(Group list) noexcept {
+bool Reader::read_debug(Entry list) noexcept {
     if (list == nullptr) return true;
     if (!aggregate(list, CONFIG_TYPE_ARRAY, "an array of flags: [ \"node-resolver\" ]")) {
         return false;

@@ -18,7 +18,8 @@
 
 namespace kelvo::host {
 
-using Group = const config_setting_t*;
+/// A key of the file with its value, or an element of a list.
+using Entry = const config_setting_t*;
 
 /// Text that grows in a buffer of fixed size and is cut at its end.
 struct Text {
@@ -34,7 +35,7 @@ struct Text {
     }
 };
 
-inline unsigned line_of(Group setting) noexcept {
+inline unsigned line_of(Entry setting) noexcept {
     return config_setting_source_line(setting);
 }
 
@@ -48,7 +49,7 @@ class Reader {
     void set_defaults() noexcept;
 
     // Failing: the first failure is the one that is kept. All return false.
-    KELVO_PRINTF(3, 4) bool fail(Group at, const char* format, ...) noexcept;
+    KELVO_PRINTF(3, 4) bool fail(Entry at, const char* format, ...) noexcept;
     bool fail_file(const char* problem) noexcept;
     bool cannot_be_read() noexcept;  // for the reason in errno
     bool out_of_memory() noexcept { return fail_file("out of memory"); }
@@ -58,33 +59,33 @@ class Reader {
     bool parse_file() noexcept;
     bool parse_text(char* text, std::size_t length) noexcept;
     bool read_sections() noexcept;
-    bool read_nodes(Group root) noexcept;
-    bool read_single_node(Group setting) noexcept;
-    bool read_node(Group group, Node& node) noexcept;
+    bool read_nodes(Entry root) noexcept;
+    bool read_single_node(Entry setting) noexcept;
+    bool read_node(Entry group, Node& node) noexcept;
     const Setting<std::uint32_t>* find_id(std::uint32_t id) const noexcept;
-    bool new_node_id(Group setting, Setting<std::uint32_t>& id) noexcept;
+    bool new_node_id(Entry setting, Setting<std::uint32_t>& id) noexcept;
     bool name_is_taken(const char* name) const noexcept;
-    bool read_name(Group group, Node& node) noexcept;
-    bool read_sub_cards(Group list, Node& node) noexcept;
-    bool read_interfaces(Group list) noexcept;
-    bool read_interface(Group group, Interface& interface) noexcept;
-    bool read_interface_name(Group setting, Interface& interface) noexcept;
-    bool read_interface_node(Group setting, Interface& interface) noexcept;
-    bool read_places(Group root) noexcept;
-    bool read_boot_media(Group list) noexcept;
-    bool read_log(Group log) noexcept;
-    bool read_debug(Group list) noexcept;
+    bool read_name(Entry group, Node& node) noexcept;
+    bool read_sub_cards(Entry list, Node& node) noexcept;
+    bool read_interfaces(Entry list) noexcept;
+    bool read_interface(Entry group, Interface& interface) noexcept;
+    bool read_interface_name(Entry setting, Interface& interface) noexcept;
+    bool read_interface_node(Entry setting, Interface& interface) noexcept;
+    bool read_places(Entry root) noexcept;
+    bool read_boot_media(Entry list) noexcept;
+    bool read_log(Entry log) noexcept;
+    bool read_debug(Entry list) noexcept;
     bool read_environment() noexcept;
     bool read_job_variable(const char* text) noexcept;
     bool read_debug_variable(const char* text) noexcept;
 
     // Single values. A key that is absent leaves the default.
-    bool known_keys(Group group, std::initializer_list<const char*> keys) noexcept;
-    bool aggregate(Group setting, int type, const char* wanted) noexcept;
-    bool text(Group setting, const char*& value) noexcept;
-    bool absolute_path(Group setting, const char*& value) noexcept;
-    bool node_id(Group setting, Setting<std::uint32_t>& id) noexcept;
-    bool word(Group group, const char* key, const Word* words,
+    bool known_keys(Entry group, std::initializer_list<const char*> keys) noexcept;
+    bool aggregate(Entry setting, int type, const char* wanted) noexcept;
+    bool text(Entry setting, const char*& value) noexcept;
+    bool absolute_path(Entry setting, const char*& value) noexcept;
+    bool node_id(Entry setting, Setting<std::uint32_t>& id) noexcept;
+    bool word(Entry group, const char* key, const Word* words,
               Setting<std::uint32_t>& value) noexcept;
     template <class T>
     bool allocate(List<T>& list, std::size_t count) noexcept;

@@ -37,14 +37,12 @@ const char* word_for(const Word* words, std::uint32_t number) noexcept {
     return "?";
 }
 
+namespace {
+
 constexpr std::size_t kLargestFile = 1 << 20;
 
-// ------------------------------------------------------------------------------------------------
-// Messages
-// ------------------------------------------------------------------------------------------------
-
 /// Writes the path of a setting as one would say it: "nodes[1].id".
-static void add_key(Text& text, Group setting) noexcept {
+void add_key(Text& text, Entry setting) noexcept {
     const config_setting_t* const parent = config_setting_parent(setting);
     if (parent == nullptr) return;
     add_key(text, parent);
@@ -55,7 +53,35 @@ static void add_key(Text& text, Group setting) noexcept {
     }
 }
 
-bool Reader::fail(Group at, const char* format, ...) noexcept {
+/// Reads a file to its end. @return bytes read, or -1 with errno set
+ssize_t read_whole(int descriptor, char* buffer, std::size_t size) noexcept {
+    std::size_t length = 0;
+    ssize_t got;
+    do {
+        got = ::read(descriptor, buffer + length, size - length);
+        if (got > 0) length += static_cast<std::size_t>(got);
+    } while (got > 0 || (got < 0 && errno == EINTR));
+    return got < 0 ? -1 : static_cast<ssize_t>(length);
+}
+
+/// The first line that includes another file, counted from 1; 0 when there is none.
+unsigned include_line(const char* text) noexcept {
+    for (unsigned line = 1;; ++line) {
+        const char* const word = text + std::strspn(text, " \t");
+        if (std::strncmp(word, "@include", 8) == 0) return line;
+        text = std::strchr(text, '\n');
+        if (text == nullptr) return 0;
+        ++text;
+    }
+}
+
+}  // namespace
+
+// ------------------------------------------------------------------------------------------------
+// Messages
+// ------------------------------------------------------------------------------------------------
+
+bool Reader::fail(Entry at, const char* format, ...) noexcept {
     Text key;
     add_key(key, at);
     Text problem;
@@ -92,17 +118,6 @@ bool Reader::find_file(const char* path) noexcept {
     return fail_file("cannot be read: File name too long");
 }
 
-/// Reads a file to its end. @return bytes read, or -1 with errno set
-static ssize_t read_whole(int descriptor, char* buffer, std::size_t size) noexcept {
-    std::size_t length = 0;
-    ssize_t got;
-    do {
-        got = ::read(descriptor, buffer + length, size - length);
-        if (got > 0) length += static_cast<std::size_t>(got);
-    } while (got > 0 || (got < 0 && errno == EINTR));
-    return got < 0 ? -1 : static_cast<ssize_t>(length);
-}
-
 bool Reader::parse_file() noexcept {
     const int descriptor = open(config_.path, O_RDONLY | O_CLOEXEC);
     if (descriptor < 0) {
@@ -118,17 +133,6 @@ bool Reader::parse_file() noexcept {
     std::free(buffer);
     close(descriptor);
     return good;
-}
-
-/// The first line that includes another file, counted from 1; 0 when there is none.
-static unsigned include_line(const char* text) noexcept {
-    for (unsigned line = 1;; ++line) {
-        const char* const word = text + std::strspn(text, " \t");
-        if (std::strncmp(word, "@include", 8) == 0) return line;
-        text = std::strchr(text, '\n');
-        if (text == nullptr) return 0;
-        ++text;
-    }
 }
 
 bool Reader::parse_text(char* text, std::size_t length) noexcept {
@@ -152,7 +156,7 @@ bool Reader::parse_text(char* text, std::size_t length) noexcept {
 // Single values
 // ------------------------------------------------------------------------------------------------
 
-bool Reader::known_keys(Group group, std::initializer_list<const char*> keys) noexcept {
+bool Reader::known_keys(Entry group, std::initializer_list<const char*> keys) noexcept {
     for (int i = 0; i < config_setting_length(group); ++i) {
         const auto* const member = config_setting_get_elem(group, static_cast<unsigned>(i));
         const auto is_member = [&](const char* key) {
@@ -166,12 +170,12 @@ bool Reader::known_keys(Group group, std::initializer_list<const char*> keys) no
     return true;
 }
 
-bool Reader::aggregate(Group setting, int type, const char* wanted) noexcept {
+bool Reader::aggregate(Entry setting, int type, const char* wanted) noexcept {
     if (config_setting_type(setting) == type) return true;
     return fail(setting, "must be %s", wanted);
 }
 
-bool Reader::text(Group setting, const char*& value) noexcept {
+bool Reader::text(Entry setting, const char*& value) noexcept {
     if (config_setting_type(setting) != CONFIG_TYPE_STRING) {
         return fail(setting, "must be a text in double quotes");
     }
@@ -179,12 +183,12 @@ bool Reader::text(Group setting, const char*& value) noexcept {
     return value[0] != '\0' || fail(setting, "must not be empty");
 }
 
-bool Reader::absolute_path(Group setting, const char*& value) noexcept {
+bool Reader::absolute_path(Entry setting, const char*& value) noexcept {
     if (!text(setting, value)) return false;
     return value[0] == '/' || fail(setting, "'%s' must be an absolute path", value);
 }
 
-bool Reader::node_id(Group setting, Setting<std::uint32_t>& id) noexcept {
+bool Reader::node_id(Entry setting, Setting<std::uint32_t>& id) noexcept {
     const char* value = "";
     if (!text(setting, value)) return false;
     if (nodeid_parse(value, &id.value) != 0) {
@@ -194,9 +198,9 @@ bool Reader::node_id(Group setting, Setting<std::uint32_t>& id) noexcept {
     return true;
 }
 
-bool Reader::word(Group group, const char* key, const Word* words,
+bool Reader::word(Entry group, const char* key, const Word* words,
                   Setting<std::uint32_t>& value) noexcept {
-    Group const setting = config_setting_get_member(group, key);
+    Entry const setting = config_setting_get_member(group, key);
     if (setting == nullptr) return true;
     const char* given = "";
     if (!text(setting, given)) return false;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // An allocator that fails when it is told to. Linking this object into a test program defines
-// malloc(), calloc(), realloc() and free() there, for the library too. Only calls of the thread
-// that armed it count.
+// malloc(), calloc(), realloc(), strdup() and free() there, for the library too. Only calls of the
+// thread that armed it count.
 #pragma once
 
 #include <cstddef>
