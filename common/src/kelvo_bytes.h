@@ -33,17 +33,13 @@ inline void store32(void* at, u32 word) noexcept {
     return word;
 }
 
-inline void store64(void* at, u64 word) noexcept {
-    std::memcpy(at, &word, sizeof word);
-}
+/// Two conversions, which are the same on most hosts and never mean the same: "network" converts
+/// between this host's order and the network's, and does nothing where they are one; "reverse" is
+/// for what a sender of the other byte order wrote in its own. Either is its own inverse.
+inline constexpr bool kHostIsNetwork = std::endian::native == std::endian::big;
 
-[[nodiscard]] constexpr u32 swap32(u32 word) noexcept {
-    return __builtin_bswap32(word);
-}
-
-/// Host order to network order and back; one routine, since reversing bytes is its own inverse.
 [[nodiscard]] constexpr u32 network32(u32 word) noexcept {
-    return std::endian::native == std::endian::big ? word : swap32(word);
+    return kHostIsNetwork ? word : __builtin_bswap32(word);
 }
 
 /// Converts the word at `at` between host and network order.
@@ -51,9 +47,9 @@ inline void convert32(void* at) noexcept {
     store32(at, network32(load32(at)));
 }
 
-/// Reverses the word at `at`: it comes from a sender of the other byte order.
+/// Reverses the word at `at`.
 inline void reverse32(void* at) noexcept {
-    store32(at, swap32(load32(at)));
+    store32(at, __builtin_bswap32(load32(at)));
 }
 
 /// The two words of a 64-bit field, in the order in which they lie in memory. They travel as two

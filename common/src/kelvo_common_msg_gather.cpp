@@ -35,7 +35,8 @@ kelvo_status refuse_memory(u32 size, bool fail_hard) {
     std::printf("message length: %d\n", static_cast<int>(size));
     std::fflush(stdout);
     show_system_mem_status();
-    KELVO_ASSERT(false, "0", "common/src/kelvo_common_msg_compose");
+    KELVO_ASSERT_AT(false, "0", "common/src/kelvo_common_msg_compose", __LINE__,
+                    "kelvo_common_msg_iovs_to_buffer_v2");
     return KELVO_ERR_NO_MEMORY;
 }
 

@@ -31,7 +31,5 @@ kelvo_status kelvo_common_msg_find_grp_ag_interpret_endian_ntoh(void* msg, uint3
 }
 
 kelvo_status kelvo_lib_rply_grp_ag_interpret_endian_ntoh(void* reply, uint32_t length) {
-    if (reply == nullptr || length < sizeof(kelvo_rply_find_group)) return KELVO_ERR_MSG_LENGTH;
-    convert32(static_cast<u8*>(reply) + offsetof(kelvo_rply_find_group, word));
-    return 0;
+    return walk_find_group_reply(FromNetwork{}, reply, length);
 }

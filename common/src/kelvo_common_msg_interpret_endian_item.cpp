@@ -47,22 +47,7 @@ kelvo_status kelvo_common_msg_verify_interpret_endian_ntoh(void* msg, uint32_t l
 }
 
 kelvo_status kelvo_lib_rply_item_get_interpret_ntoh(void* reply, uint32_t length) {
-    auto* const rply = static_cast<u8*>(reply);
-    convert32(rply + offsetof(kelvo_rply_item_get, word));
-    convert32(rply + offsetof(kelvo_rply_item_get, result));
-    convert32(rply + offsetof(kelvo_rply_item_get, type));
-    convert32(rply + offsetof(kelvo_rply_item_get, length));
-
-    constexpr u32 kFixed = sizeof(kelvo_rply_item_get);
-    if (length < kFixed) return KELVO_ERR_MSG_LENGTH;
-    const u32 value_length = load32(rply + offsetof(kelvo_rply_item_get, length));
-    if (kFixed + padded8(value_length) != length) return KELVO_ERR_MSG_LENGTH;
-    if (load32(rply + offsetof(kelvo_rply_item_get, result)) != 0) return KELVO_ERR_REPLY_FAILED;
-    if (value_length != 0) {
-        const u32 type = load32(rply + offsetof(kelvo_rply_item_get, type));
-        convert_value(type, rply + kFixed, rply + kFixed);
-    }
-    return 0;
+    return walk_item_get_reply(FromNetwork{}, reply, length);
 }
 
 kelvo_status kelvo_lib_rply_item_get_interpret_hton(void* /*reply*/, uint32_t /*length*/) {

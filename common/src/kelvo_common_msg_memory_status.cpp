@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The memory-status dump, taken for a process that is about to stop for lack of memory. Everything
-// here works without allocating.
+// The memory-status dump, taken for a process that is about to stop for lack of memory. So
+// everything here lies on the stack.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -18,7 +18,18 @@ using namespace kelvo;
 namespace {
 
 constexpr unsigned kSecondsToWrite = 3;
+constexpr std::size_t kTimestampBytes = 31;
 constexpr std::size_t kFileNameBytes = 256;
+
+/// Writes the local date and time. A time of which the locale makes too much is left out.
+void tell_time(char* timestamp) {
+    const std::time_t now = std::time(nullptr);
+    std::tm local;
+    if (localtime_r(&now, &local) == nullptr ||
+        std::strftime(timestamp, kTimestampBytes, "%Y%m%d-%X", &local) == 0) {
+        timestamp[0] = '\0';
+    }
+}
 
 /// Names a file on the boot medium. A name that does not fit is used as far as it goes.
 void name_file(char* name, const char* media, const char* timestamp, const char* suffix) {
@@ -39,13 +50,8 @@ void run_into_file(const char* tool, char* const arguments[], const char* file) 
 }  // namespace
 
 void show_system_mem_status(void) {
-    char timestamp[31] = "";
-    const std::time_t now = std::time(nullptr);
-    std::tm local;
-    if (localtime_r(&now, &local) != nullptr) {
-        (void)std::strftime(timestamp, sizeof timestamp, "%Y%m%d-%X", &local);
-    }
-
+    char timestamp[kTimestampBytes];
+    tell_time(timestamp);
     const char* const media = platform_get_boot_media(1);
     if (media == nullptr) {
         report_internal("Cannot get boot media", static_cast<kelvo_status>(errno));

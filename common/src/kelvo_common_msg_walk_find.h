@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The walks over find and group find. Both directions of conversion are the same walk: a receiving
-// one converts a length cell before its tests, a sending one after them.
+// The walks over find, group find and the group-find reply. Both directions of conversion are the
+// same walk: a receiving one converts a length cell before its tests, a sending one after them.
 #pragma once
 
 #include "kelvo_common_msg_find.h"
-#include "kelvo_wire.h"
+#include "kelvo_common_msg_walk_list.h"
+
+static_assert(offsetof(kelvo_msg_find, word4) == offsetof(kelvo_msg_list, word4),
+              "a find begins as a list request");
 
 namespace kelvo::wire {
 
@@ -20,11 +23,6 @@ struct FindOut {
     u32* word5;
     u32* word6;
 };
-
-/// The block of five words that readers hand out together: both values and word 2.
-inline constexpr u32 kFindBlockWords = 5;
-static_assert(offsetof(kelvo_msg_find, word3) ==
-              offsetof(kelvo_msg_find, value1) + sizeof(u32) * kFindBlockWords);
 
 /// A find, all its checks. The words of the fixed part are left to the readers: a sending walk has
 /// none to hand out.
@@ -51,7 +49,7 @@ template <class Order>
     *out.second = second;
     *out.word1 = order.read(msg + offsetof(kelvo_msg_find, word1));
     *out.word4 = order.read(msg + offsetof(kelvo_msg_find, word4));
-    read_words(order, msg + offsetof(kelvo_msg_find, value1), kFindBlockWords, out.block);
+    read_words(order, msg + offsetof(kelvo_msg_find, value1), kListBlockWords, out.block);
     *out.word7 = order.read(msg + offsetof(kelvo_msg_find, word7));
     *out.word5 = order.read(msg + offsetof(kelvo_msg_find, word5));
     *out.word6 = order.read(msg + offsetof(kelvo_msg_find, word6));
@@ -73,6 +71,14 @@ template <class Order>
 
     *string = text;
     *group = order.read(msg + offsetof(kelvo_msg_find_group, group));
+    return 0;
+}
+
+/// Group-find reply.
+template <class Order>
+[[nodiscard]] Status walk_find_group_reply(Order order, void* reply, u64 length) {
+    if (reply == nullptr || length < sizeof(kelvo_rply_find_group)) return KELVO_ERR_MSG_LENGTH;
+    fixed_words(order, static_cast<u8*>(reply) + offsetof(kelvo_rply_find_group, word), 1);
     return 0;
 }
 

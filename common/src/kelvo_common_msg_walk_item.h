@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The walks over item requests, one for all byte orders.
+// The walks over item requests and the get reply, one for all byte orders.
 #pragma once
 
 #include "kelvo_assert.h"
@@ -115,6 +115,27 @@ template <class Order>
     *out.value = value;
     *out.value_length = value_length;
     *out.argument = order.read(msg + offsetof(kelvo_msg_item_verify, argument));
+    return 0;
+}
+
+/// Get reply. Its four words are converted whatever the length; a failed one keeps its value.
+template <class Order>
+[[nodiscard]] Status walk_item_get_reply(Order order, void* reply, u64 length) {
+    auto* const rply = static_cast<u8*>(reply);
+    order.fixed(rply + offsetof(kelvo_rply_item_get, word));
+    order.fixed(rply + offsetof(kelvo_rply_item_get, result));
+    order.fixed(rply + offsetof(kelvo_rply_item_get, type));
+    order.fixed(rply + offsetof(kelvo_rply_item_get, length));
+
+    constexpr u64 kFixed = sizeof(kelvo_rply_item_get);
+    if (length < kFixed) return KELVO_ERR_MSG_LENGTH;
+    const u32 value_length = order.read(rply + offsetof(kelvo_rply_item_get, length));
+    if (kFixed + padded8(value_length) != length) return KELVO_ERR_MSG_LENGTH;
+    if (order.read(rply + offsetof(kelvo_rply_item_get, result)) != 0) {
+        return KELVO_ERR_REPLY_FAILED;
+    }
+    const u32 type = order.read(rply + offsetof(kelvo_rply_item_get, type));
+    if (value_length != 0) order.value(type, rply + kFixed);
     return 0;
 }
 

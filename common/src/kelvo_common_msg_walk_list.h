@@ -21,7 +21,8 @@ struct ListOut {
     u32* word4;
 };
 
-/// The block of five words that readers hand out together: both values and word 2.
+/// The block of five words that readers of lists and finds hand out together: both values and
+/// word 2.
 inline constexpr u32 kListBlockWords = 5;
 static_assert(offsetof(kelvo_msg_list, word3) ==
               offsetof(kelvo_msg_list, value1) + sizeof(u32) * kListBlockWords);
@@ -60,20 +61,20 @@ struct ListEntry {
     }
 };
 
-/// One entry of a data-list reply.
+/// One entry of a data-list reply: an entry of a list reply and two values.
 struct DatalistEntry {
+    static_assert(sizeof(kelvo_rply_datalist_entry) == sizeof(kelvo_rply_list_entry));
+    static_assert(offsetof(kelvo_rply_datalist_entry, name) ==
+                  offsetof(kelvo_rply_list_entry, name));
+
     template <class Order>
     [[nodiscard]] static Status walk(Order& order, u8* reply, u64 length, u64* pos) {
-        u8* const entry = reply + *pos;
-        fixed_words(order, entry, 2);
-        *pos += sizeof(kelvo_rply_datalist_entry);
-        if (length <= *pos) return KELVO_ERR_MSG_LENGTH;
-        *pos += padded8(pass_word(order, entry + offsetof(kelvo_rply_datalist_entry, name)));
-        const u32 type = order.read(entry + offsetof(kelvo_rply_datalist_entry, type));
-        if (length < *pos + kCellBytes) return KELVO_ERR_MSG_LENGTH;
-        *pos += pass_value(order, reply + *pos, type);
-        if (length < *pos + kCellBytes) return KELVO_ERR_MSG_LENGTH;
-        *pos += pass_value(order, reply + *pos, type);
+        u8* const type = reply + *pos + offsetof(kelvo_rply_datalist_entry, type);
+        if (const Status st = ListEntry::walk(order, reply, length, pos)) return st;
+        for (int values = 0; values < 2; ++values) {
+            if (length < *pos + kCellBytes) return KELVO_ERR_MSG_LENGTH;
+            *pos += pass_value(order, reply + *pos, order.read(type));
+        }
         return 0;
     }
 };

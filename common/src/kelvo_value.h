@@ -33,7 +33,7 @@ inline void reverse_value(u32 type, void* destination, const void* source) noexc
 inline u32 convert_value(u32 type, void* destination, const void* source) noexcept {
     if (destination == nullptr || source == nullptr) return 0;
     if (value_width(type) == 0) return 0;
-    if constexpr (std::endian::native == std::endian::big) {
+    if constexpr (kHostIsNetwork) {
         std::memmove(destination, source, value_width(type));
     } else {
         reverse_value(type, destination, source);

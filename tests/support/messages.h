@@ -1,29 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What message tests have in common: running a reader over every truncation of a valid message, and
-// over a message and its byte-swapped twin.
+// What tests of composed messages have in common: words, slots and bytes of a gather list.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <array>
 
-#include "kelvo_status.h"
+#include "kelvo_types.h"
 #include "support/wire_bytes.h"
 
 namespace kelvo::test {
 
-/// Runs a reader that demands the exact length over each shorter length, in a block of exactly that
-/// size, or of `touched` bytes where the reader touches that much whatever the length. Every one
-/// must be refused for its length.
-template <class Reader>
-void expect_every_truncation_refused(const Bytes& valid, std::size_t touched, Reader reader) {
-    for (std::size_t length = 0; length < valid.size(); ++length) {
-        SCOPED_TRACE("length " + std::to_string(length));
-        const std::size_t size = std::max(length, std::min(touched, valid.size()));
-        const Walled block(Bytes(valid.begin(), valid.begin() + static_cast<std::ptrdiff_t>(size)));
-        EXPECT_EQ(reader(block.data(), static_cast<std::uint32_t>(length)), KELVO_ERR_MSG_LENGTH);
-    }
+/// The two words of a 64-bit value as they lie in this host's memory, and so on the wire.
+inline std::array<std::uint32_t, 2> halves(std::uint64_t value) {
+    std::array<std::uint32_t, 2> words;
+    std::memcpy(words.data(), &value, 8);
+    return words;
 }
 
 /// The bytes of a gather list, piece by piece.

@@ -29,10 +29,8 @@ struct StringsOut {
         text.fill(&unset_text);
         word.fill(kUnset);
     }
-    [[nodiscard]] bool untouched() const {
-        const StringsOut fresh;
-        return text == fresh.text && word == fresh.word && never == fresh.never;
-    }
+    [[nodiscard]] bool untouched() const { return *this == StringsOut(); }
+    friend bool operator==(const StringsOut&, const StringsOut&) = default;
 };
 
 /// What a reader does to the words it passes.
@@ -61,9 +59,10 @@ struct StringReader {
         return conversion == Conversion::to_network ? Order::network : Order::host;
     }
 
-    /// The value of the word at an offset in the messages below.
+    /// The value of the word at an offset in the messages below. At 40 it is 541, which a bind must
+    /// have there.
     [[nodiscard]] static std::uint32_t value_at(std::size_t offset) {
-        return 0xC0DE1200U + static_cast<std::uint32_t>(offset);
+        return 541 + 0x01020304 * static_cast<std::uint32_t>((offset - 40) / 4);
     }
 
     /// A valid message in an order.

@@ -16,13 +16,6 @@ constexpr uint32_t kUnset = 0x5E5E5E5E;
 constexpr uint64_t kValue1 = 0x0102030405060708;
 constexpr uint64_t kValue2 = 0x1112131415161718;
 
-/// The two words of a 64-bit value as they lie in this host's memory.
-std::array<uint32_t, 2> halves(uint64_t value) {
-    std::array<uint32_t, 2> words;
-    std::memcpy(words.data(), &value, 8);
-    return words;
-}
-
 /// The caller's storage for one find, composed with word n being 0xA0 + n.
 struct Sender {
     std::array<uint8_t, 96> header;

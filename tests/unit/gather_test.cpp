@@ -1,16 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Gather lists: their length, flattening, and what happens when a huge message cannot be allocated.
+// Typed values.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
 #include <numeric>
-#include <regex>
 
 #include "kelvo_common_msg.h"
 #include "kelvo_value.h"
@@ -22,18 +18,6 @@ namespace {
 
 using namespace kelvo::test;
 
-unsigned seconds_slept = 0;
-
-}  // namespace
-
-/// The dump sleeps so that its tools can write; here the seconds are only counted.
-extern "C" unsigned sleep(unsigned seconds) {
-    seconds_slept += seconds;
-    return 0;
-}
-
-namespace {
-
 static_assert(sizeof(kelvo_slot) == sizeof(iovec));
 static_assert(offsetof(kelvo_slot, base) == offsetof(iovec, iov_base));
 static_assert(offsetof(kelvo_slot, length) == offsetof(iovec, iov_len));
@@ -42,10 +26,7 @@ constexpr uint32_t kHuge = 52428800;
 
 class Gathering : public testing::Test {
   protected:
-    void SetUp() override {
-        platform().reset();
-        seconds_slept = 0;
-    }
+    void SetUp() override { platform().reset(); }
 };
 
 TEST(Alignment, IsEightZeroBytes) {
@@ -99,7 +80,7 @@ TEST_F(Gathering, ThreeVariantsFlattenAlike) {
 }
 
 TEST_F(Gathering, NoSlotsGiveABufferOfTheSizeAskedFor) {
-    for (const int32_t count : {0, -1}) {
+    for (const int32_t count : {0, -1, INT32_MIN}) {
         uint8_t* out = nullptr;
         const FailingMemory memory;
         ASSERT_EQ(kelvo_common_msg_iovs_to_buffer_v2(kList, count, 16, 0, 0, 0, &out), 0U);
@@ -107,15 +88,22 @@ TEST_F(Gathering, NoSlotsGiveABufferOfTheSizeAskedFor) {
         EXPECT_EQ(memory.allocations(), 1U);
         EXPECT_EQ(memory.bytes(), 16U);
         free(out);
+        // The other variants count in unsigned numbers; what is too large for a signed one is none.
+        ASSERT_EQ(kelvo_common_msg_iovs_to_buffer(kList, static_cast<uint32_t>(count), 16, &out),
+                  0U);
+        free(out);
     }
 }
 
 TEST_F(Gathering, TheReplicationLayerAllocatesForReplicas) {
     uint8_t* out = nullptr;
-    ASSERT_EQ(kelvo_common_msg_iovs_to_buffer_v2(kList, 4, 10, 0, 1, 77, &out), 0U);
-    EXPECT_EQ(platform().calls, std::vector<std::string>{"replica_build_msg_headers 10 77"});
-    EXPECT_EQ(Bytes(out, out + 10), kFlat);
-    free(out);
+    for (const uint32_t replicated : {1U, 2U, 0x80000000U}) {
+        platform().calls.clear();
+        ASSERT_EQ(kelvo_common_msg_iovs_to_buffer_v2(kList, 4, 10, 0, replicated, 77, &out), 0U);
+        EXPECT_EQ(platform().calls, std::vector<std::string>{"replica_build_msg_headers 10 77"});
+        EXPECT_EQ(Bytes(out, out + 10), kFlat);
+        free(out);
+    }
 }
 
 TEST_F(Gathering, AReplicationFailureWithABufferIsPassedOn) {
@@ -164,8 +152,10 @@ TEST_F(Gathering, WithoutFailHardNoFailureStopsTheProcess) {
     }
 }
 
-/// A huge message that cannot be allocated, with the process's output where a death test sees it.
-void flatten_huge_message(uint32_t size, bool replicated) {
+/// Flattens a huge message that cannot be allocated, with the process's output where a death test
+/// sees it.
+template <class Flatten>
+void without_memory(Flatten flatten) {
     dup2(STDERR_FILENO, STDOUT_FILENO);
     platform().build_replica = [](uint32_t, uint32_t, uint8_t** stored) {
         *stored = nullptr;
@@ -178,119 +168,40 @@ void flatten_huge_message(uint32_t size, bool replicated) {
     };
     uint8_t* out = nullptr;
     const FailingMemory memory(0);
-    (void)kelvo_common_msg_iovs_to_buffer_v2(kList, 4, size, 1, replicated ? 1 : 0, 0, &out);
+    (void)flatten(&out);
 }
+
+constexpr const char* kStop =
+    "message length: 52428801\ndump taken\n.*common/src/kelvo_common_msg_compose:[0-9]+: "
+    "kelvo_common_msg_iovs_to_buffer_v2: Assertion `0' failed";
 
 using GatheringDeathTest = Gathering;
 
 TEST_F(GatheringDeathTest, AHugeMessageThatCannotBeAllocatedStopsTheProcess) {
-    EXPECT_DEATH(
-        flatten_huge_message(kHuge + 1, false),
-        "message length: 52428801\ndump taken\n.*common/src/kelvo_common_msg_compose:[0-9]+: "
-        ".*Assertion `0' failed");
-    EXPECT_DEATH(flatten_huge_message(kHuge + 1, true), "message length: 52428801\ndump taken\n.*");
-    EXPECT_DEATH(flatten_huge_message(0xFFFFFFFF, false), "message length: -1\ndump taken\n.*");
-}
-
-TEST_F(Gathering, WithoutBootMediaTheDumpIsLoggedAsImpossible) {
-    platform().boot_media = [](uint32_t) -> const char* {
-        errno = ENOENT;
-        return nullptr;
-    };
-    show_system_mem_status();
-    EXPECT_EQ(platform().calls, std::vector<std::string>{"platform_get_boot_media 1"});
-    ASSERT_EQ(platform().log.size(), 1U);
-    EXPECT_EQ(platform().log[0].record, &qor_msg_rec_kelvoutils_internal);
-    EXPECT_EQ(platform().log[0].severity, 7);
-    EXPECT_EQ(platform().log[0].text, "Cannot get boot media: rc 0x2 (text of 0x2)");
-    EXPECT_EQ(seconds_slept, 0U);
-}
-
-/// A boot medium in a temporary directory.
-class MemoryDump : public Gathering {
-  protected:
-    void SetUp() override {
-        Gathering::SetUp();
-        char name[] = "/tmp/kelvo-media-XXXXXX";
-        ASSERT_NE(mkdtemp(name), nullptr);
-        media_ = std::string(name) + "/";
-        platform().boot_media = [this](uint32_t) { return media_.c_str(); };
-    }
-    void TearDown() override { std::filesystem::remove_all(media_); }
-
-    [[nodiscard]] std::vector<std::string> files() const {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(media_)) {
-            names.push_back(entry.path().filename());
+    for (const uint32_t fail_hard : {1U, 0x80000000U}) {
+        for (const uint32_t replicated : {0U, 1U}) {
+            EXPECT_DEATH(without_memory([=](uint8_t** out) {
+                             return kelvo_common_msg_iovs_to_buffer_v2(
+                                 kList, 4, kHuge + 1, fail_hard, replicated, 0, out);
+                         }),
+                         kStop);
         }
-        std::sort(names.begin(), names.end());
-        return names;
     }
-
-    std::string media_;
-};
-
-TEST_F(MemoryDump, RunsBothToolsIntoFilesOnTheBootMedium) {
-    std::vector<int> output;
-    platform().spawn = [&](const char* name, char* const*, const int* descriptors) {
-        EXPECT_GE(descriptors[0], 0);
-        EXPECT_EQ(descriptors[1], descriptors[2]) << "output and error share a descriptor";
-        char byte;
-        EXPECT_EQ(read(descriptors[0], &byte, 1), 0) << "there is no input";
-        EXPECT_EQ(write(descriptors[1], name, strlen(name)), static_cast<ssize_t>(strlen(name)));
-        output.push_back(descriptors[1]);
-        return 1;
-    };
-    show_system_mem_status();
-    EXPECT_EQ(platform().calls, (std::vector<std::string>{"platform_get_boot_media 1",
-                                                          "spawn_process memreport_ng -s -d",
-                                                          "spawn_process wdog_report"}));
-    const auto names = files();
-    ASSERT_EQ(names.size(), 2U);
-    EXPECT_TRUE(std::regex_match(
-        names[0], std::regex("RKTmz40263_[0-9]{8}-[0-9]{2}:[0-9]{2}:[0-9]{2}\\.mem\\.status")))
-        << names[0];
-    EXPECT_EQ(names[1], names[0] + ".watchdog");
-    for (int i = 0; i < 2; ++i) {
-        std::string text;
-        std::ifstream(media_ + names[static_cast<std::size_t>(i)]) >> text;
-        EXPECT_EQ(text, i == 0 ? "memreport_ng" : "wdog_report");
-        struct stat status {};
-        ASSERT_EQ(stat((media_ + names[static_cast<std::size_t>(i)]).c_str(), &status), 0);
-        const mode_t mask = umask(0);
-        umask(mask);
-        EXPECT_EQ(status.st_mode & 0777, 0644 & ~mask);
-    }
-    for (const int descriptor : output) {
-        EXPECT_EQ(close(descriptor), 0) << "descriptors stay open: the caller is about to stop";
-    }
-    EXPECT_EQ(seconds_slept, 3U);
-    EXPECT_TRUE(platform().log.empty());
+    EXPECT_DEATH(without_memory([](uint8_t** out) {
+                     return kelvo_common_msg_iovs_to_buffer_v1(kList, 4, kHuge + 1, out, 1);
+                 }),
+                 kStop);
+    EXPECT_DEATH(without_memory([](uint8_t** out) {
+                     return kelvo_common_msg_iovs_to_buffer(kList, 4, kHuge + 1, out);
+                 }),
+                 kStop);
 }
 
-TEST_F(MemoryDump, AFailedSpawnIsLoggedAndTheOtherToolStillRuns) {
-    platform().spawn = [](const char*, char* const*, const int*) {
-        errno = EACCES;
-        return -1;
-    };
-    show_system_mem_status();
-    EXPECT_EQ(platform().log_texts(),
-              (std::vector<std::string>{"kelvo failed to spawn a process: rc 0xd (text of 0xd)",
-                                        "kelvo failed to spawn a process: rc 0xd (text of 0xd)"}));
-    EXPECT_EQ(platform().calls.size(), 3U);
-    EXPECT_EQ(seconds_slept, 3U);
-}
-
-TEST_F(MemoryDump, ANameThatDoesNotFitIsCutToTheBuffer) {
-    const std::string directory = media_;
-    while (media_.size() < 245) media_ += "./";
-    show_system_mem_status();
-    media_ = directory;
-    EXPECT_EQ(platform().calls.size(), 3U);
-    const auto names = files();
-    ASSERT_EQ(names.size(), 1U) << "both names are cut to the same 255 characters";
-    EXPECT_EQ(names[0], std::string("RKTmz40263_").substr(0, names[0].size()));
-    EXPECT_TRUE(names[0].size() == 9 || names[0].size() == 10) << names[0];
+TEST_F(GatheringDeathTest, TheLengthIsPrintedAsASignedNumber) {
+    EXPECT_DEATH(without_memory([](uint8_t** out) {
+                     return kelvo_common_msg_iovs_to_buffer(kList, 4, 0xFFFFFFFF, out);
+                 }),
+                 "message length: -1\ndump taken\n.*Assertion `0' failed");
 }
 
 struct ValueRow {

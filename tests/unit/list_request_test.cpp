@@ -44,13 +44,6 @@ struct Out {
 constexpr uint64_t kValue1 = 0x0102030405060708;
 constexpr uint64_t kValue2 = 0x1112131415161718;
 
-/// The two words of a 64-bit value as they lie in this host's memory.
-std::array<uint32_t, 2> halves(uint64_t value) {
-    std::array<uint32_t, 2> words;
-    std::memcpy(words.data(), &value, 8);
-    return words;
-}
-
 /// The caller's storage for one request, composed.
 struct Sender {
     std::array<uint8_t, 80> header;
@@ -163,30 +156,20 @@ TEST_P(ListRequest, AMarkThatIsItselfReversedIsNoMark) {
 INSTANTIATE_TEST_SUITE_P(, ListRequest, testing::ValuesIn(kKinds),
                          [](const auto& row) { return row.param.name; });
 
-// An output that lies on the marker shows when the mark is made.
-
-TEST(ListRequestMark, ListMarksBeforeItHandsOut) {
-    const Sender s(kKinds[0], "client", "1234567");
-    Bytes bytes = flattened(s.list.data(), 7);
-    Out out;
-    uint32_t word4;
-    ASSERT_EQ(kelvo_common_msg_list_interpret(
-                  bytes.data(), static_cast<uint32_t>(bytes.size()), &out.first, &out.second,
-                  reinterpret_cast<uint32_t*>(bytes.data() + 20), out.block.data(), &word4),
-              0U);
-    EXPECT_EQ(word_at(bytes, 20), 0xA1U);
-}
-
-TEST(ListRequestMark, DatalistMarksAfterItHandedOut) {
-    const Sender s(kKinds[1], "client", "1234567");
-    Bytes bytes = flattened(s.list.data(), 7);
-    Out out;
-    uint32_t word4;
-    ASSERT_EQ(kelvo_common_msg_datalist_interpret(
-                  bytes.data(), static_cast<uint32_t>(bytes.size()), &out.first, &out.second,
-                  reinterpret_cast<uint32_t*>(bytes.data() + 20), out.block.data(), &word4),
-              0U);
-    EXPECT_EQ(word_at(bytes, 20), KELVO_MSG_CONVERTED);
+TEST(ListRequestMark, ListMarksBeforeItHandsOutAndDatalistAfter) {
+    // An output that lies on the marker shows when the mark is made.
+    const uint32_t left_there[] = {0xA1, KELVO_MSG_CONVERTED};
+    for (std::size_t i = 0; i < 2; ++i) {
+        SCOPED_TRACE(kKinds[i].name);
+        const Sender s(kKinds[i], "client", "1234567");
+        Bytes bytes = flattened(s.list.data(), 7);
+        auto* const marker = reinterpret_cast<uint32_t*>(bytes.data() + 20);
+        Out out;
+        ASSERT_EQ(kKinds[i].interpret(bytes.data(), static_cast<uint32_t>(bytes.size()), &out.first,
+                                      &out.second, marker, out.block.data(), &out.word4),
+                  0U);
+        EXPECT_EQ(word_at(bytes, 20), left_there[i]);
+    }
 }
 
 }  // namespace

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Readers of requests that are a fixed part and counted strings: list, data-list, find, group find,
-// item locks and copy. They differ in layout, in what they convert and when; what they must check,
-// and in which order, is the same, and so are these tests.
+// Readers of requests that are a fixed part and counted strings: bind, list, data-list, find, group
+// find, item locks and copy. They differ in layout, in what they convert and when; what they must
+// check, and in which order, is the same, and so are these tests.
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <random>
 
+#include "kelvo_common_msg_bind.h"
 #include "kelvo_common_msg_copy.h"
 #include "kelvo_common_msg_find.h"
 #include "kelvo_common_msg_list.h"
@@ -18,10 +19,17 @@ namespace {
 
 using namespace kelvo::test;
 
+const std::vector<std::size_t> kBindWords = {40, 44, 48, 52, 56, 60, 64, 68, 72, 76};
 const std::vector<std::size_t> kListWords = {40, 44, 48, 52, 56, 60, 64, 68};
 const std::vector<std::size_t> kListOut = {40, 44, 48, 52, 56, 60, 68};
 const std::vector<std::size_t> kFindWords = {40, 44, 48, 52, 56, 60, 64, 68, 72, 76, 80};
 const std::vector<std::size_t> kFindOut = {40, 68, 44, 48, 52, 56, 60, 80, 72, 76};
+
+kelvo_status bind(void* msg, uint32_t length, StringsOut& out) {
+    auto& w = out.word;
+    return kelvo_common_msg_bind_interpret(msg, length, &w[0], &w[1], &w[2], &out.text[0], &w[3],
+                                           &w[4], &w[5], &w[6], &w[7], &out.text[1], &w[8], &w[9]);
+}
 
 kelvo_status list(void* msg, uint32_t length, StringsOut& out) {
     return kelvo_common_msg_list_interpret(msg, length, &out.text[0], &out.text[1], &out.word[0],
@@ -69,6 +77,7 @@ StringReader lock_reader(const char* name, kelvo_status (*read)(void*, uint32_t,
 }
 
 const StringReader kReaders[] = {
+    {"bind", Conversion::from_network, 80, kBindWords, 2, kBindWords, true, false, false, bind},
     {"list", Conversion::from_network, 72, kListWords, 2, kListOut, true, false, true, list},
     {"list_marked", Conversion::none, 72, kListWords, 2, kListOut, true, true, false, list},
     {"datalist", Conversion::from_network, 72, kListWords, 2, kListOut, true, false, true,

@@ -19,11 +19,7 @@ constexpr uint64_t kUnset = 0x5E5E5E5E5E5E5E5E;
 /// A transaction start, its 64-bit words as the sender's memory held them.
 Bytes start(Order order) {
     Message m(order, 11);
-    for (const uint64_t value : {kFirst, kSecond}) {
-        uint32_t halves[2];
-        std::memcpy(halves, &value, 8);
-        m.word(halves[0]).word(halves[1]);
-    }
+    for (const uint64_t value : {kFirst, kSecond}) m.word(halves(value)[0]).word(halves(value)[1]);
     return m.word(0x0A0B0C0D).raw_word(0x11223344).bytes();
 }
 
