@@ -6,24 +6,27 @@
  * How a message is built. A compose function (kelvo_common_msg_item.h and its neighbours) fills the
  * caller's header area and the caller's gather list. The slots point at the caller's own storage:
  * header area, length cells, texts, values, and ::kelvo_alignment for fill. Nothing is copied or
- * allocated, and nothing can fail. The list is sent as it stands, or flattened here first.
+ * allocated, and nothing can fail; only the bulk builder (kelvo_common_msg_bulk.h) allocates. The
+ * list is sent as it stands, or flattened here first.
  *
  * What travels:
  *
  * - Every request and reply begins with the 40-byte ::kelvo_msg_header. The message type is in the
  *   sender's order and is never converted.
  * - Every other 32-bit field of a request is in network (big-endian) order. A 64-bit field travels
- * as two 32-bit words, each converted by itself, in the order in which they lie in the sender's
- * memory.
+ *   as two 32-bit words, each converted by itself, in the order in which they lie in the sender's
+ *   memory. Two things stay in the sender's own order: what kelvo_common_msg_item_get_compose()
+ *   makes, and the items of a bulk request.
  * - A counted string is an 8-byte length cell (u32 length with the NUL, then 4 ignored bytes), the
  *   text with its NUL, and zero bytes up to a multiple of 8. A counted value looks the same but may
- * be empty and has no NUL.
+ *   be empty and has no NUL.
  * - The value of an item is converted by its value type, see ::kelvo_value_type.
  *
  * How a message is read. The interpret functions check a received buffer and hand out pointers into
  * it. A plain `_interpret` reads host order; its `_interpret_endian_ntoh` twin converts each field
- * in place just before testing it. A buffer is interpreted once: a failed one may be partly
- * converted and is to be dropped.
+ * in place just before testing it. A plain one that has no such twin may convert as well: that of a
+ * bind, list, data-list, transaction start, item lock or copy does, and its comment says so. A
+ * buffer is interpreted once: a failed one may be partly converted and is to be dropped.
  *
  * What is trusted. The bytes within the given length are hostile and are checked; the pointers,
  * header areas, cells and gather lists that the caller passes are its promise and are not.
@@ -108,7 +111,7 @@ KELVO_API void kelvo_common_msg_iovs_length(const kelvo_slot* list, int32_t coun
  * @param fail_hard    non-zero: a buffer of more than 52,428,800 bytes (50 MiB) that cannot be
  *                     allocated stops the process, see below
  * @param replicated   non-zero: the replication layer allocates the buffer, with its headers ahead
- * of the message
+ *                     of the message
  * @param replica_arg  passed to the replication layer
  * @param out          receives the buffer. One from the ordinary allocator is released with free(),
  *                     one from the replication layer by that layer's rules

@@ -37,7 +37,8 @@ KELVO_ASSERT_SIZE(kelvo_msg_bind, 80);
 
 /**
  * Composes a bind in 7 slots: header, first length, first string, fill, second length, second
- * string, fill. Cannot fail.
+ * string, fill. Header area, cells and strings must stay as they are until the list has been sent.
+ * Nothing is tested and nothing can fail.
  *
  * @param header          the caller's header area of 80 bytes (::kelvo_msg_bind)
  * @param first_len_slot  8-byte cell for the length of the first string
@@ -68,12 +69,12 @@ KELVO_API void kelvo_common_msg_unbind_compose(void* header);
  * Steps, in this order:
  *
  *  -# the ten words at 40 to 76 are converted, whatever the length (the buffer must hold at least
- * 80 bytes)
+ *     80 bytes)
  *  -# less than 80 bytes: ::KELVO_ERR_MSG_LENGTH
  *  -# for the first string, then the second: its length cell is converted, before there is known to
- * be room for it (so the buffer must hold 4 bytes more than a message that ends where a cell is
- * due); no room for cell or text: ::KELVO_ERR_MSG_LENGTH; an empty string or one that does not end
- * in NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill: ::KELVO_ERR_MSG_LENGTH
+ *     be room for it (so the buffer must hold 4 bytes more than a message that ends where a cell is
+ *     due); no room for cell or text: ::KELVO_ERR_MSG_LENGTH; an empty string or one that does not
+ *     end in NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill: ::KELVO_ERR_MSG_LENGTH
  *  -# bytes left over: ::KELVO_ERR_MSG_LENGTH
  *  -# a version other than ::KELVO_BIND_VERSION: ::KELVO_ERR_VERSION_MISMATCH
  *

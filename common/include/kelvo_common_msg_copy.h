@@ -60,9 +60,9 @@ KELVO_API uint32_t kelvo_common_msg_copy_compose(void* header, uint32_t* len_cel
  *  -# the copy argument is converted, whatever the length (the buffer must hold at least 44 bytes)
  *  -# less than 48 bytes: ::KELVO_ERR_MSG_LENGTH
  *  -# for each of the three paths: its length cell is converted, before there is known to be room
- * for it (so the buffer must hold 4 bytes more than a message that ends where a cell is due); no
- * room for cell or path: ::KELVO_ERR_MSG_LENGTH; an empty path, or one that does not end in NUL:
- * ::KELVO_ERR_MSG_CONTENT; no room for its fill: ::KELVO_ERR_MSG_LENGTH
+ *     for it (so the buffer must hold 4 bytes more than a message that ends where a cell is due);
+ *     no room for cell or path: ::KELVO_ERR_MSG_LENGTH; an empty path, or one that does not end in
+ *     NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill: ::KELVO_ERR_MSG_LENGTH
  *  -# bytes left over: ::KELVO_ERR_MSG_LENGTH
  *
  * @param msg            the message

@@ -114,8 +114,8 @@ KELVO_API void kelvo_common_msg_find_grp_ag_ah_compose(void* header, uint32_t* l
  *
  *  -# less than 88 bytes: ::KELVO_ERR_MSG_LENGTH
  *  -# for the first string, then the second: no room for its length cell or its text:
- * ::KELVO_ERR_MSG_LENGTH; an empty string or one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT;
- * no room for its fill: ::KELVO_ERR_MSG_LENGTH
+ *     ::KELVO_ERR_MSG_LENGTH; an empty string or one that does not end in NUL:
+ *     ::KELVO_ERR_MSG_CONTENT; no room for its fill: ::KELVO_ERR_MSG_LENGTH
  *  -# bytes left over: ::KELVO_ERR_MSG_LENGTH
  *
  * On failure no output is written; what has been converted stays converted.
@@ -171,9 +171,9 @@ KELVO_API kelvo_status kelvo_common_msg_find_interpret_endian_hton(void* msg, ui
  *  -# the group word is converted, whatever the length (the buffer must hold at least 44 bytes)
  *  -# less than 48 bytes: ::KELVO_ERR_MSG_LENGTH
  *  -# the length cell is converted, before there is known to be room for it (the buffer must hold
- * at least 52 bytes then); no room for cell or string: ::KELVO_ERR_MSG_LENGTH; an empty string or
- * one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill:
- * ::KELVO_ERR_MSG_LENGTH
+ *     at least 52 bytes then); no room for cell or string: ::KELVO_ERR_MSG_LENGTH; an empty string
+ *     or one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill:
+ *     ::KELVO_ERR_MSG_LENGTH
  *  -# bytes left over: ::KELVO_ERR_MSG_LENGTH
  *
  * @param msg             the message

@@ -60,11 +60,11 @@ KELVO_API uint32_t kelvo_common_msg_get_items_compose(void* header, char** names
  *
  *  -# less than 56 bytes: ::KELVO_ERR_MSG_LENGTH
  *  -# no room for the base path: ::KELVO_ERR_MSG_LENGTH; an empty base path, or one that does not
- * end in NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill: ::KELVO_ERR_MSG_LENGTH
+ *     end in NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill: ::KELVO_ERR_MSG_LENGTH
  *  -# the array of names cannot be allocated: ::KELVO_ERR_NO_MEMORY
  *  -# for each name: no room for its length cell or its text: ::KELVO_ERR_MSG_LENGTH; an empty
- * name, or one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill:
- * ::KELVO_ERR_MSG_LENGTH
+ *     name, or one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill:
+ *     ::KELVO_ERR_MSG_LENGTH
  *
  * On failure no output is written and nothing stays allocated.
  *

@@ -176,7 +176,7 @@ KELVO_API uint32_t kelvo_common_msg_item_verify_compose(void* header, uint32_t* 
  *  -# an empty name, or one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT
  *  -# room for the name's fill: ::KELVO_ERR_MSG_LENGTH
  *  -# (all but get) room for the value's length cell, then for value and fill:
- * ::KELVO_ERR_MSG_LENGTH
+ *     ::KELVO_ERR_MSG_LENGTH
  *  -# bytes left over: ::KELVO_ERR_MSG_LENGTH
  *  -# (create) the value type is 0: ::KELVO_ERR_BAD_VALUE_TYPE
  *
@@ -257,7 +257,7 @@ KELVO_API kelvo_status kelvo_common_msg_verify_interpret_endian_ntoh(
  * ::kelvo_rply_item_get. In this order:
  *
  *  -# the words at 16, 24, 28 and 32 are converted, whatever the length (the buffer must hold at
- * least 36 bytes)
+ *     least 36 bytes)
  *  -# less than 40 bytes, or a length other than 40 plus the value and its fill:
  *     ::KELVO_ERR_MSG_LENGTH
  *  -# a result status other than 0: ::KELVO_ERR_REPLY_FAILED, with the value unconverted

@@ -146,9 +146,9 @@ KELVO_API void kelvo_common_msg_datalist_compose(
  *  -# (unmarked) the eight words at 40 to 68 are converted, whatever the length
  *  -# less than 72 bytes: ::KELVO_ERR_MSG_LENGTH
  *  -# for the first string, then the second: (unmarked) its length cell is converted, before there
- * is known to be room for it; no room for cell or text: ::KELVO_ERR_MSG_LENGTH; an empty string or
- * one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill:
- * ::KELVO_ERR_MSG_LENGTH
+ *     is known to be room for it; no room for cell or text: ::KELVO_ERR_MSG_LENGTH; an empty string
+ *     or one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT; no room for its fill:
+ *     ::KELVO_ERR_MSG_LENGTH
  *  -# bytes left over: ::KELVO_ERR_MSG_LENGTH
  *
  * The buffer must hold at least 24 bytes, where the marker ends. That of an unmarked message must
@@ -223,9 +223,9 @@ KELVO_API kelvo_status kelvo_common_msg_datalist_interpret(void* msg, uint32_t l
  *  -# a null reply or less than 56 bytes: ::KELVO_ERR_MSG_LENGTH
  *  -# the number of groups is converted; no groups: 0
  *  -# for each group: its eight header words are converted; then for each of its entries: both
- * words are converted; the reply ends with the entry's 16 bytes, or before: ::KELVO_ERR_MSG_LENGTH;
- * the name's length is converted; unless this is the group's last entry, the reply ends with its
- * fill, or before: ::KELVO_ERR_MSG_LENGTH
+ *     words are converted; the reply ends with the entry's 16 bytes, or before:
+ *     ::KELVO_ERR_MSG_LENGTH; the name's length is converted; unless this is the group's last
+ *     entry, the reply ends with its fill, or before: ::KELVO_ERR_MSG_LENGTH
  *
  * @return 0 or a status
  *
@@ -238,14 +238,14 @@ KELVO_API kelvo_status kelvo_lib_rply_list_interpret_endian_ntoh(void* reply, ui
  * for each entry:
  *
  *  -# value type and second word are converted; the reply ends with the entry's 16 bytes, or
- * before: ::KELVO_ERR_MSG_LENGTH
+ *     before: ::KELVO_ERR_MSG_LENGTH
  *  -# the name's length is converted; no room for the name, its fill and the first length cell:
  *     ::KELVO_ERR_MSG_LENGTH
  *  -# the first value's length is converted, then the value by its type, unless it is empty; no
- * room for the value, its fill and the second length cell: ::KELVO_ERR_MSG_LENGTH
+ *     room for the value, its fill and the second length cell: ::KELVO_ERR_MSG_LENGTH
  *  -# the second value's length is converted, then the value by the same type, unless it is empty
  *  -# unless this is the group's last entry, the reply ends with the second value's fill, or
- * before: ::KELVO_ERR_MSG_LENGTH
+ *     before: ::KELVO_ERR_MSG_LENGTH
  *
  * @return 0 or a status
  *

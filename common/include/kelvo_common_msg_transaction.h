@@ -66,7 +66,7 @@ KELVO_API kelvo_status kelvo_common_msg_tranabort_interpret(void* msg, uint32_t 
  *
  *  -# less than 40 bytes: ::KELVO_ERR_MSG_LENGTH
  *  -# the path's length cell is converted, before there is known to be room for it (the buffer must
- * hold at least 44 bytes)
+ *     hold at least 44 bytes)
  *  -# no room for cell or path: ::KELVO_ERR_MSG_LENGTH
  *  -# an empty path, or one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT
  *  -# a length other than 48 plus the path and its fill: ::KELVO_ERR_MSG_LENGTH

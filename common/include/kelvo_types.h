@@ -6,11 +6,11 @@
  * Conventions that hold everywhere, unless a function says otherwise:
  *
  * 1. A function that can fail returns a ::kelvo_status, 0 for success, and writes its
- * out-parameters only on success, last, together.
+ *    out-parameters only on success, last, together.
  * 2. Lengths are in bytes. The length of a text on the wire counts its terminating NUL; a length
  *    that does not is called "characters".
  * 3. The caller owns what it passes in. What a function allocates is released with the function
- * that its comment names, or with free() where it says so.
+ *    that its comment names, or with free() where it says so.
  * 4. Messages, header areas and values are `void *` and may lie at any address; nothing is assumed
  *    about alignment.
  * 5. Functions are reentrant and may be called from any thread, as long as two threads do not work

@@ -118,7 +118,8 @@ template <class Order>
     return 0;
 }
 
-/// Get reply. Its four words are converted whatever the length; a failed one keeps its value.
+/// Get reply. Its four words are converted whatever the length, and one test of it is enough: no
+/// value makes a reply shorter than its fixed part. A failed reply keeps its value unconverted.
 template <class Order>
 [[nodiscard]] Status walk_item_get_reply(Order order, void* reply, u64 length) {
     auto* const rply = static_cast<u8*>(reply);
@@ -128,7 +129,6 @@ template <class Order>
     order.fixed(rply + offsetof(kelvo_rply_item_get, length));
 
     constexpr u64 kFixed = sizeof(kelvo_rply_item_get);
-    if (length < kFixed) return KELVO_ERR_MSG_LENGTH;
     const u32 value_length = order.read(rply + offsetof(kelvo_rply_item_get, length));
     if (kFixed + padded8(value_length) != length) return KELVO_ERR_MSG_LENGTH;
     if (order.read(rply + offsetof(kelvo_rply_item_get, result)) != 0) {

@@ -200,7 +200,11 @@ TEST_P(GetItems, HandsOutPointersIntoTheMessageAndAnArray) {
     ASSERT_EQ(sent.size(), kSize);
     const Walled block(sent);
     Out out;
-    ASSERT_EQ(reader()(block.data(), sent.size(), out), 0U);
+    {
+        const FailingMemory count;
+        ASSERT_EQ(reader()(block.data(), sent.size(), out), 0U);
+        EXPECT_EQ(FailingMemory::bytes(), 3 * sizeof(char*)) << "one array, of those names alone";
+    }
     EXPECT_EQ(reinterpret_cast<uint8_t*>(out.base), block.data() + 56);
     EXPECT_EQ(out.count, 3U);
     EXPECT_EQ(out.argument, 0x01020304U);

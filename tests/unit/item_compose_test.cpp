@@ -180,6 +180,19 @@ INSTANTIATE_TEST_SUITE_P(, ChangeComposeTest,
                                                    kelvo_common_msg_item_delete_compose, 44, 8}),
                          [](const auto& row) { return row.param.name; });
 
+TEST(DeleteCompose, AnyLengthButZeroMakesItConditional) {
+    for (const int32_t length : {1, 8, -1, INT32_MIN}) {
+        SCOPED_TRACE(length);
+        Sender s;
+        Bytes value(8);
+        kelvo_common_msg_item_delete_compose(s.header.data(), &s.count.length, &s.type.length,
+                                             &s.name.length, &s.value_length.length, "a", 3,
+                                             value.data(), length, 0, s.list.data());
+        EXPECT_EQ(word_at(s.header.data(), 24), 44U);
+        EXPECT_EQ(s.value_length.length, reversed(static_cast<uint32_t>(length)));
+    }
+}
+
 TEST(VerifyCompose, FillsHeaderCellsAndSevenSlots) {
     Sender s;
     const char* path = "cfg/gl/x";
