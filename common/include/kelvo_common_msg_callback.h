@@ -19,8 +19,10 @@
  *
  * These messages are only converted, in place: `_ntoh` on receipt, `_hton` before sending. Nothing
  * but the lengths named here is checked and nothing is handed out; the receiver reads the converted
- * message by the structures below. `_ntoh` converts a count or a length just before it is tested,
- * `_hton` once it has passed its tests. The meaning of the words belongs to client and server.
+ * message by the structures below. The counts of a fixed part are converted with it, before
+ * anything is tested against them. The lengths of an entry are converted by `_ntoh` just before
+ * they are tested, by `_hton` once they have passed. The meaning of the words belongs to client and
+ * server.
  *
  * Each converter takes the message and its length in bytes and returns 0 or the first failure.
  * After a failure, words already converted stay so and the message is to be dropped. Nothing is

@@ -344,9 +344,8 @@ KELVO_API kelvo_status kelvo_common_msg_edms_unreg_interpret(void* msg, uint32_t
  * @param first_string     receives the first string
  * @param w3, w4, w2, w5   receive the other words
  *
- * @return in this order: ::KELVO_ERR_MSG_LENGTH, no room for the fixed part; the
- *         strings as counted strings, the first one first; ::KELVO_ERR_MSG_LENGTH, bytes left over;
- *         0
+ * @return in this order: ::KELVO_ERR_MSG_LENGTH, no room for the fixed part; the strings as counted
+ *         strings, the first one first; ::KELVO_ERR_MSG_LENGTH, bytes left over; 0
  *
  * Note: the order of the arguments is not that of the message. The second string precedes the
  * first, and w2 follows w3 and w4.
@@ -405,10 +404,10 @@ KELVO_API kelvo_status kelvo_common_msg_cfg_grp_interpret(void* msg, uint32_t le
  * @name Convert
  *
  * Each converts a registration `msg` of `length` bytes in place, `_ntoh` from network to host order
- * and `_hton` back. Where a count or a length decides what follows, `_ntoh` converts it just before
- * it is tested and
- * `_hton` once it has passed its tests, so after a failure the two leave different words converted:
- * `_ntoh` the one that failed, `_hton` not. A message that could not be converted is to be dropped.
+ * and `_hton` back. `_ntoh` converts a count or a length and tests it then; `_hton` reads it first,
+ * and converts the length of a string only when the string has passed its tests. So after a failure
+ * the two leave different words converted: `_ntoh` the length that failed, `_hton` not. A message
+ * that could not be converted is to be dropped. Nothing is logged.
  */
 /**@{*/
 
@@ -454,7 +453,7 @@ KELVO_API kelvo_status kelvo_common_msg_vrfn_reg_interpret_hton(void* msg, uint3
  *  -# the length of the path, checked as kelvo_common_msg_vs_reg_interpret() does
  *  -# no room for the number of pairs: ::KELVO_ERR_MSG_LENGTH; the number of pairs
  *  -# each pair, and only then: no room for it, ::KELVO_ERR_MSG_LENGTH (the buffer must hold 8
- * bytes more than the message)
+ *     bytes more than the message)
  *  -# bytes left over: ::KELVO_ERR_MSG_LENGTH
  *
  * A failure leaves the fields behind it unconverted; the message must then not be interpreted.
@@ -494,9 +493,9 @@ KELVO_API kelvo_status kelvo_common_msg_edm_reg_interpret_hton(void* msg, uint32
  * Converts a registration activate: a length below 56 gives ::KELVO_ERR_MSG_LENGTH with nothing
  * converted; then the words at 40, 44 and 48 and as many entries as 48 says; 0.
  *
- * Note: the entries are not checked against the length. The buffer must hold 56 bytes and 4 for
- * each entry that the message claims, up to 16 GiB: the receiver compares the number of entries
- * with the length before it calls this.
+ * Note: the entries are not checked against the length. A buffer of a message of 56 bytes or more
+ * must hold these and 4 for each entry that the message claims, up to 16 GiB: the receiver compares
+ * the number of entries, still in network order, with the length before it calls this.
  */
 KELVO_API kelvo_status kelvo_common_msg_reg_activate_interpret_ntoh(void* msg, uint32_t length);
 
