@@ -16,8 +16,8 @@ namespace {
 
 constexpr u32 kShortestString = kCellBytes + 8;
 
-/// An array for `count` strings, or as many as `left` bytes have room for. Null when there is no
-/// memory.
+/// An array for `count` strings, or as many as `left` bytes have room for, and at least one: null
+/// must mean that there is no memory.
 char** allocate_texts(u32 count, u64 left) {
     const u64 places = std::min<u64>(count, left / kShortestString);
     return static_cast<char**>(std::malloc(std::max<u64>(places, 1) * sizeof(char*)));
@@ -56,10 +56,7 @@ char* compose_group_path(char* const* names, u32 count) {
 }
 
 /// Names, path, and then only the test for bytes left over. The path is the caller's.
-Status read_group_path(u8* msg, u32 length, u32 count, char** names, char** path) {
-    FromNetwork order;
-    Cursor in(order, msg, length);
-    if (const Status st = in.skip(sizeof(kelvo_msg_cfg_grp))) return st;
+Status read_group_path(Cursor<FromNetwork>& in, u32 count, char** names, char** path) {
     if (const Status st = walk_group_names(in, count, names)) return st;
     char* const composed = compose_group_path(names, count);
     if (composed == nullptr) return KELVO_ERR_NO_MEMORY;
@@ -108,12 +105,14 @@ kelvo_status kelvo_common_msg_cfg_grp_interpret(void* msg, uint32_t length, char
                                                 uint32_t* x, uint32_t* record, uint32_t* y,
                                                 uint32_t* count, uint32_t* w1) {
     auto* const bytes = static_cast<u8*>(msg);
-    if (length < sizeof(kelvo_msg_cfg_grp)) return KELVO_ERR_MSG_LENGTH;
+    FromNetwork order;  // of the names' lengths
+    Cursor in(order, bytes, length);
+    if (const Status st = in.skip(sizeof(kelvo_msg_cfg_grp))) return st;
     const u32 claimed = load32(bytes + offsetof(kelvo_msg_cfg_grp, count));
-    char** const names = allocate_texts(claimed, length - sizeof(kelvo_msg_cfg_grp));
+    char** const names = allocate_texts(claimed, in.left());
     if (names == nullptr) return KELVO_ERR_NO_MEMORY;
     char* composed;
-    const Status st = read_group_path(bytes, length, claimed, names, &composed);
+    const Status st = read_group_path(in, claimed, names, &composed);
     std::free(names);
     if (st != 0) return st;
 
