@@ -8,6 +8,7 @@
 
 #include "kelvo_common_msg_callback.h"
 #include "kelvo_value.h"
+#include "platform/scripted_platform.h"
 #include "support/converters.h"
 
 namespace {
@@ -309,7 +310,11 @@ const Pairing kPairings[] = {
      true},
 };
 
-class CallbackReply : public testing::TestWithParam<Pairing> {};
+class CallbackReply : public testing::TestWithParam<Pairing> {
+  protected:
+    void SetUp() override { platform().reset(); }
+    void TearDown() override { EXPECT_TRUE(platform().log.empty()) << "nothing is logged"; }
+};
 class ReplyWithNullTest : public CallbackReply {};
 
 TEST_P(CallbackReply, IsConvertedInBothDirections) {

@@ -7,6 +7,7 @@
 #include <chrono>
 
 #include "kelvo_common_msg_registration.h"
+#include "platform/scripted_platform.h"
 #include "support/converters.h"
 #include "support/registrations.h"
 
@@ -204,7 +205,11 @@ const Pairing kPairings[] = {
      activate_samples, 56, 0, 48},
 };
 
-class RegistrationConversion : public testing::TestWithParam<Pairing> {};
+class RegistrationConversion : public testing::TestWithParam<Pairing> {
+  protected:
+    void SetUp() override { platform().reset(); }
+    void TearDown() override { EXPECT_TRUE(platform().log.empty()) << "nothing is logged"; }
+};
 
 TEST_P(RegistrationConversion, IsDoneInBothDirections) {
     const auto host = GetParam().samples(Order::host);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <string_view>
 
 #include "kelvo_common_msg_registration.h"
 #include "platform/failing_memory.h"
@@ -415,6 +416,13 @@ const Reader kReaders[] = {
      44},
 };
 
+const Reader& reader_named(std::string_view name) {
+    return *std::find_if(std::begin(kReaders), std::end(kReaders),
+                         [name](const Reader& reader) { return reader.name == name; });
+}
+const Reader& kVsUnregReader = reader_named("vs_unreg");
+const Reader& kEdmsUnregReader = reader_named("edms_unreg");
+
 /// Reads the first `length` bytes in a buffer exactly as large as it must be. Answer and buffer
 /// must be those of the model.
 Result expect_read_as_modelled(const Reader& reader, const Bytes& message, uint32_t length) {
@@ -666,8 +674,8 @@ TEST(PairsOfAMessage, MustDiffer) {
         SCOPED_TRACE(testing::PrintToString(row.pairs));
         EXPECT_EQ(read(read_vs_reg, vs_reg(Order::host, "a", row.pairs)).status, row.status);
         EXPECT_EQ(read(read_edms_reg, edms_reg(Order::host, "a", row.pairs)).status, row.status);
-        EXPECT_EQ(read(kReaders[7].read, startup_unreg(1, row.pairs)).status, row.status);
-        EXPECT_EQ(read(kReaders[8].read, startup_unreg(1, row.pairs)).status, row.status);
+        EXPECT_EQ(read(kVsUnregReader.read, startup_unreg(1, row.pairs)).status, row.status);
+        EXPECT_EQ(read(kEdmsUnregReader.read, startup_unreg(1, row.pairs)).status, row.status);
     }
 }
 
@@ -814,18 +822,33 @@ TEST(PairsOfAMessage, AreComparedAlikeInLongLists) {
             pairs.emplace_back(job, random.pick(nodes));
         }
         const Bytes bytes = startup_unreg(1, pairs);
-        expect_read_as_modelled(kReaders[7], bytes, static_cast<uint32_t>(bytes.size()));
+        expect_read_as_modelled(kVsUnregReader, bytes, static_cast<uint32_t>(bytes.size()));
         // Without what made it a duplicate, a long list comes out whole.
         kelvo_startup_list* list = list_of(pairs);
         Pairs kept = pairs_of(list);
         kelvo_common_startup_list_free(&list);
         std::reverse(kept.begin(), kept.end());
         const Bytes distinct = startup_unreg(1, kept);
-        EXPECT_EQ(
-            expect_read_as_modelled(kReaders[7], distinct, static_cast<uint32_t>(distinct.size()))
-                .status,
-            kOk);
+        EXPECT_EQ(expect_read_as_modelled(kVsUnregReader, distinct,
+                                          static_cast<uint32_t>(distinct.size()))
+                      .status,
+                  kOk);
     }
+}
+
+/// A long list tells the pair of zeros from a place that is free.
+TEST(PairsOfAMessage, MayBeZeroInLongLists) {
+    Pairs pairs;
+    for (uint32_t i = 1; i <= 40; ++i) pairs.emplace_back(i, i);
+    pairs.emplace_back(0, 0);
+    const auto long_list = [&pairs](Pair last) {
+        Pairs all = pairs;
+        all.push_back(last);
+        return read(kVsUnregReader.read, startup_unreg(1, all)).status;
+    };
+    EXPECT_EQ(long_list({0, 1}), kOk);
+    EXPECT_EQ(long_list({0, 0}), kDuplicate);
+    EXPECT_EQ(long_list({0, kAny}), kDuplicate);
 }
 
 /// Readers of a million pairs: of one job, of many jobs, and with a duplicate at the end.
@@ -836,7 +859,7 @@ TEST(PairsOfAMessage, AMillionTakeTheTimeOfTheirBytes) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(read(read_vs_reg, vs_reg(Order::host, "a", pairs)).list.size(), million);
     pairs.emplace_back(5, kAny);
-    EXPECT_EQ(read(kReaders[7].read, startup_unreg(1, pairs)).status, kDuplicate);
+    EXPECT_EQ(read(kVsUnregReader.read, startup_unreg(1, pairs)).status, kDuplicate);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
@@ -845,7 +868,8 @@ TEST(PairsOfAMessage, BillionsTakeTheTimeOfTheBytes) {
     Bytes bytes = startup_unreg(1, {{1, 1}});
     put_word(bytes, 48, 0xFFFFFFFF);
     const FailingMemory memory;
-    EXPECT_EQ(kReaders[7].read(bytes.data(), static_cast<uint32_t>(bytes.size())).status, kLength);
+    EXPECT_EQ(kVsUnregReader.read(bytes.data(), static_cast<uint32_t>(bytes.size())).status,
+              kLength);
     EXPECT_LE(memory.bytes(), 1000U);
 }
 
@@ -947,6 +971,37 @@ TEST(ConfigurationGroups, NeedMemoryForNamesAndPath) {
         const Bytes request = cfg_grp(1, names);
         EXPECT_EQ(read_without_memory(request, 0), KELVO_ERR_NO_MEMORY);
         EXPECT_EQ(read_without_memory(request, 1), KELVO_ERR_NO_MEMORY);
+    }
+}
+
+TEST(ConfigurationGroups, TakeTheMemoryOfTheirNamesAndPath) {
+    const struct {
+        std::vector<std::string> names;
+        std::size_t places;
+        std::string path;
+    } rows[] = {
+        {{}, 1, "cfg/gl/a/config-group//"},
+        {{"alpha"}, 1, "cfg/gl/a/config-group/alpha/"},
+        {{"alpha", "", "beta"}, 3, "cfg/gl/a/config-group/alpha||beta/"},
+    };
+    for (const auto& row : rows) {
+        Bytes bytes = cfg_grp(1, row.names);
+        bytes.resize(bytes.size() + 4);
+        std::size_t asked_for;
+        {
+            const FailingMemory memory;
+            Outs out;
+            uint32_t record[5];
+            EXPECT_EQ(kelvo_common_msg_cfg_grp_interpret(
+                          bytes.data(), static_cast<uint32_t>(bytes.size() - 4), &out.first,
+                          &out.words[0], record, &out.words[1], &out.words[2], &out.words[3]),
+                      kOk);
+            asked_for = FailingMemory::bytes();
+            EXPECT_STREQ(out.first, row.path.c_str());
+            free(out.first);
+            EXPECT_EQ(FailingMemory::outstanding(), 0);
+        }
+        EXPECT_EQ(asked_for, row.places * sizeof(char*) + row.path.size() + 1) << row.path;
     }
 }
 

@@ -391,6 +391,7 @@ TEST_F(StartupList, MoreSlotsThanThirtyTwoBitsCountAreRefused) {
     const FailingMemory memory;
     EXPECT_EQ(kelvo_common_startup_list_create_iovs(nullptr, 0xFFFFFFFF, &slots, &count),
               KELVO_ERR_NO_MEMORY);
+    EXPECT_EQ(memory.bytes(), 8U) << "they are not even asked for";
     EXPECT_EQ(memory.outstanding(), 0);
     EXPECT_EQ(slots, &sentinel);
     EXPECT_EQ(count, kUnset);
