@@ -83,7 +83,7 @@ KELVO_ASSERT_SIZE(kelvo_vector, 32);
  * @return in this order: ::KELVO_ERR_NULL_PARAM, logged, when `vector` is null or the count 0;
  *         ::KELVO_ERR_NO_MEMORY when there is no room for the vector (*vector is left as it is) or
  *         for its table (*vector becomes null); 0. A count above 2,147,483,648, whose capacity
- * would not fit into 32 bits, counts as a table without room.
+ *         would not fit into 32 bits, counts as a table without room.
  */
 KELVO_API kelvo_status vector_init(uint32_t initial_count, kelvo_vector** vector);
 

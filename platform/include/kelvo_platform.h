@@ -50,8 +50,7 @@ KELVO_API const char* errcode_strerror(kelvo_status status);
 /** The three texts of a status code; each may be null or empty. They live as long as those of
  *  errcode_strerror(). */
 typedef struct errcode_strings {
-    const char* subsystem; /**< the subsystem's name; begins with "Subsystem(" when only its number
-                              is known */
+    const char* subsystem; /**< its name; begins with "Subsystem(" when only the number is known */
     const char* error;     /**< the error's text */
     const char* os_error;  /**< the operating system's text for it; strerror(0) counts as none */
 } errcode_strings;
@@ -95,8 +94,7 @@ KELVO_API uint32_t platform_node_type(uint32_t nodeid);
  */
 KELVO_API kelvo_status platform_node_name(uint32_t nodeid, char* buffer, size_t size);
 
-/** Parses the text form of a node id (the form that nodeid_format() writes). @return 0 or a status.
- */
+/** Parses the text form of a node id, as nodeid_format() writes it. @return 0 or a status. */
 KELVO_API kelvo_status nodeid_parse(const char* text, uint32_t* nodeid);
 
 /** Writes the text form of a node id with its NUL into `size` bytes. @return 0 or a status. */
@@ -129,8 +127,10 @@ KELVO_API kelvo_status ifdb_bind(void** connection);
  * @param nodeid      receives the node, or KELVO_NODEID_INVALID when the name is well formed but
  *                    stands for no node
  * @param reported    receives the database's own answer: 0, or why it has none (written always)
- * @return 0 when the database could be asked, else a status. A call's status or a reported one of
- * the transient class, other than IFDB_UNKNOWN_INTERFACE, makes the library ask again.
+ * @return 0 when the database could be asked, else a status
+ *
+ * A returned or reported status of the transient class, other than IFDB_UNKNOWN_INTERFACE, makes
+ * the library ask again.
  */
 KELVO_API kelvo_status ifname_to_location(void* connection, const char* name, uint32_t* nodeid,
                                           kelvo_status* reported);
@@ -202,8 +202,7 @@ KELVO_API kelvo_status platform_debug_init_event(platform_debug_context* context
                                                  platform_debug_context* table, uint32_t index,
                                                  uint32_t level, const char* name, uint32_t value);
 
-/** Registers the flags that were initialised in a table under a debug path. @return 0 or a status.
- */
+/** Registers the initialised flags of a table under a debug path. @return 0 or a status. */
 KELVO_API kelvo_status platform_debug_register(platform_debug_context* table, const char* path);
 
 /** Withdraws what is registered under a debug path. @return 0 or a status. */
@@ -255,7 +254,7 @@ KELVO_API char* buf_strncpy(char* destination, const char* source, size_t size);
  * @param buffer       receives the address at which the message itself begins, or null when there
  *                     is no memory; unlike elsewhere it may be stored together with a failure
  * @return 0 or a status. The library returns a status only when a buffer was stored as well;
- * without a buffer it reports that memory ran out.
+ *         without a buffer it reports that memory ran out.
  *
  * How the buffer is released is the layer's to say.
  */
@@ -288,8 +287,7 @@ typedef struct ordered_tree_node {
     intptr_t balance;
 } ordered_tree_node;
 
-/** Order of two entries: 0 when the first is smaller, 1 when they are equal, 2 when it is larger.
- */
+/** Order of two entries: 0 when the first is smaller, 1 when they are equal, 2 when larger. */
 typedef uint32_t (*ordered_tree_compare)(const ordered_tree_node* first,
                                          const ordered_tree_node* second);
 
