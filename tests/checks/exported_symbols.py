@@ -11,7 +11,8 @@ import re
 import subprocess
 import sys
 
-MARK = '__attribute__((visibility("default")))'
+sys.dont_write_bytecode = True
+from public_headers import MARK, own_lines  # noqa: E402
 
 
 def exported(library):
@@ -26,20 +27,9 @@ def exported(library):
 
 
 def declared(compiler, include_dirs, headers):
-    includes = [f"-I{directory}" for directory in include_dirs]
     names = set()
     for header in headers:
-        text = subprocess.run([compiler, "-E", "-x", "c", "-std=c11", "-D_GNU_SOURCE", *includes, header],
-                              check=True, capture_output=True, text=True).stdout
-        # Only what stands in this header, not in those that it includes.
-        own, inside = [], False
-        for line in text.splitlines():
-            marker = re.match(r'# \d+ "([^"]*)"', line)
-            if marker:
-                inside = marker.group(1) == header
-            elif inside:
-                own.append(line)
-        for chunk in " ".join(own).split(MARK)[1:]:
+        for chunk in " ".join(own_lines(compiler, include_dirs, header)).split(MARK)[1:]:
             declaration = re.split(r"[;{]", chunk)[0]
             declaration = re.sub(r"\[[^\]]*\]", "", declaration)
             function = re.search(r"(\w+)\s*\(", declaration)

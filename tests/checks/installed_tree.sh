@@ -8,6 +8,7 @@ build=$1 consumer=$2 scratch=$3
 rm -rf "$scratch"
 mkdir -p "$scratch"
 cmake --install "$build" --prefix "$scratch/prefix" >"$scratch/install.log"
+test -s "$scratch/prefix/share/kelvo/platform.conf.sample"
 libdir=$(dirname "$(find "$scratch/prefix" -name libkelvoutils.so)")
 
 cmake -S "$consumer" -B "$scratch/cmake" -DCMAKE_PREFIX_PATH="$scratch/prefix" >"$scratch/cmake.log"
