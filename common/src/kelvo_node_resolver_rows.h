@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Which server owns which paths: the one list from which the state table is laid out, the picture
-// of the state machine is drawn and the documentation is checked.
+// Which server owns which paths: the one list from which the state table is laid out, which is what
+// tools draw, and by which the documentation is checked.
 //
 // How a row reads: components are divided by "/", alternatives within one by "|". "A" and "B" stand
 // for any component. "X?" is any component that names a node or an interface; when the caller may
