@@ -20,8 +20,8 @@
  *
  * A line is: local time, node id, process id, thread id, location, "#" and the line number, as many
  * blanks as the depth (at most 20), one more blank or "!" when the depth exceeds 20, the message, a
- * newline. It has at most 511 bytes: a message that would be longer is cut. The thread id is the
- * system's (gettid()).
+ * newline. It has at most 511 bytes: a message that would be longer is cut. One that printf()
+ * cannot write is left out. The thread id is the system's (gettid()).
  *
  * A thread begins at depth 1. An ENTER is shown at the depth before it and raises it; an EXIT
  * lowers it and is shown at the depth after. Between the lines stand lines that begin with
@@ -87,6 +87,8 @@ enum {
  *
  * Note: in the first line of a thread, the "!" is that of the line before, whichever thread wrote
  * it.
+ *
+ * Note: the process id is read once. A child made by fork() shows the one its parent has shown.
  */
 KELVO_API uint32_t trace(uint32_t kind, const char* location, uint32_t line, const char* format,
                          ...) KELVO_PRINTF(4, 5);
