@@ -310,18 +310,30 @@ kelvo_status packed_tuple_unpack(const void* tuple, const char* format, ...) {
 // The scripted tree is an unbalanced chain: each entry's `right` is its successor. It keeps the
 // contract of the service and nothing more.
 
+namespace {
+
+/// The order of two entries. An order that is not the same seen from the other side is none.
+std::uint32_t order(const ordered_tree_node* first, const ordered_tree_node* second,
+                    ordered_tree_compare compare) {
+    const std::uint32_t answer = compare(first, second);
+    if (answer > 2 || compare(second, first) != 2 - answer) std::abort();
+    return answer;
+}
+
+}  // namespace
+
 ordered_tree_node* ordered_tree_search(ordered_tree_node* root, const ordered_tree_node* probe,
                                        ordered_tree_compare compare) {
     ordered_tree_node* at = root;
-    while (at != nullptr && compare(at, probe) == 0) at = at->right;
-    return at != nullptr && compare(at, probe) == 1 ? at : nullptr;
+    while (at != nullptr && order(at, probe, compare) == 0) at = at->right;
+    return at != nullptr && order(at, probe, compare) == 1 ? at : nullptr;
 }
 
 ordered_tree_node* ordered_tree_insert(ordered_tree_node** root, ordered_tree_node* entry,
                                        ordered_tree_compare compare) {
     ordered_tree_node** link = root;
-    while (*link != nullptr && compare(*link, entry) == 0) link = &(*link)->right;
-    if (*link != nullptr && compare(*link, entry) == 1) return *link;
+    while (*link != nullptr && order(*link, entry, compare) == 0) link = &(*link)->right;
+    if (*link != nullptr && order(*link, entry, compare) == 1) return *link;
     entry->right = *link;
     *link = entry;
     return nullptr;
@@ -331,9 +343,9 @@ ordered_tree_node* ordered_tree_delete(ordered_tree_node** root, const ordered_t
                                        ordered_tree_compare compare) {
     if (platform().tree_is_broken) return nullptr;
     ordered_tree_node** link = root;
-    while (*link != nullptr && compare(*link, probe) == 0) link = &(*link)->right;
+    while (*link != nullptr && order(*link, probe, compare) == 0) link = &(*link)->right;
     ordered_tree_node* const found = *link;
-    if (found == nullptr || compare(found, probe) != 1) return nullptr;
+    if (found == nullptr || order(found, probe, compare) != 1) return nullptr;
     *link = found->right;
     return found;
 }

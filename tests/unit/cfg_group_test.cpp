@@ -80,6 +80,27 @@ TEST_F(ApplyBitmask, AtTheEndOnlyTheFirstBitIsWritten) {
     }
 }
 
+TEST_F(ApplyBitmask, ACursorBeyondTheEntriesIsAtTheEnd) {
+    EXPECT_EQ(add(1, 1), 0U);
+    mask.cursor = 2;
+    EXPECT_EQ(rest(), Pairs{});
+    EXPECT_EQ(mask.cursor, 2U);
+}
+
+TEST_F(ApplyBitmask, WithoutEntriesTheArraysAreNotLookedAt) {
+    auto* const stale = reinterpret_cast<uint32_t*>(0x5a5a);
+    mask = {0, 0, stale, stale};
+    EXPECT_EQ(all(), Pairs{});
+    for (std::size_t failing = 0; failing < 2; ++failing) {
+        const FailingMemory fail(failing);
+        EXPECT_EQ(add(1, 0), KELVO_ERR_NO_MEMORY);
+        EXPECT_EQ(mask.first_bits, stale);
+        EXPECT_EQ(mask.second_bits, stale);
+    }
+    EXPECT_EQ(add(1, 0), 0U);
+    EXPECT_EQ(all(), (Pairs{{1, 0}}));
+}
+
 TEST_F(ApplyBitmask, AnEmptyListEndsAtOnce) {
     EXPECT_EQ(all(), Pairs{});
 }

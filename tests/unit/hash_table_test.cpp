@@ -134,6 +134,18 @@ TEST_F(HashTable, KeepsAPrivateCopyOfEachKey) {
     EXPECT_EQ(lookup("game"), KELVO_ERR_NOT_FOUND);
 }
 
+TEST_F(HashTable, KeysAreCopiedWithTheirCallerAccounted) {
+    init(1);
+    std::vector<std::size_t> sizes;
+    platform().alloc = [&](std::size_t size, const void*) {
+        sizes.push_back(size);
+        return std::malloc(size);
+    };
+    EXPECT_EQ(insert("in the bucket"), 0U);
+    EXPECT_EQ(insert("behind it"), 0U);
+    EXPECT_EQ(sizes, (std::vector<std::size_t>{14, 10}));
+}
+
 TEST_F(HashTable, TheEmptyKeyIsAKey) {
     init(3);
     EXPECT_EQ(lookup(""), KELVO_ERR_NOT_FOUND);
@@ -171,6 +183,23 @@ TEST_F(HashTable, AKeyIsFoundByItsHashAndItsText) {
     EXPECT_EQ(lookup("name"), KELVO_ERR_NOT_FOUND);
     table->buckets[0].hash ^= 1;
     EXPECT_EQ(lookup("name"), 0U);
+}
+
+TEST_F(HashTable, ANodeWithoutAKeyEndsItsChain) {
+    init(1);
+    for (const char* key : {"a", "b", "c"}) EXPECT_EQ(insert(key), 0U);
+    kelvo_util_hash_entry* const without_key = table->buckets[0].next;
+    kelvo_util_hash_entry* const behind = without_key->next;
+    free(without_key->key);
+    without_key->key = nullptr;
+    EXPECT_EQ(lookup("a"), 0U);
+    EXPECT_EQ(lookup("c"), KELVO_ERR_NOT_FOUND);
+    EXPECT_EQ(insert("d"), 0U);
+    EXPECT_EQ(contents(), (std::vector<std::vector<std::string>>{{"a", "d"}}));
+    EXPECT_NE(table->buckets[0].next, without_key);
+    free(without_key);
+    free(behind->key);
+    free(behind);
 }
 
 TEST_F(HashTable, ADuplicateIsStoredAgain) {

@@ -242,9 +242,17 @@ TEST_F(Process, TheTimeSinceBootIsInSecondsAndMicroseconds) {
     }
 }
 
+/// Leaves bytes that are not zero where the next call's variables will be.
+[[gnu::noinline]] void soil_stack() {
+    char bytes[4096];
+    std::memset(bytes, 0x5a, sizeof bytes);
+    asm volatile("" ::"r"(bytes) : "memory");
+}
+
 TEST_F(Process, WithoutAFastClockTheTimeSinceBootIsZero) {
     platform().fast_clock = [](timespec*) {};
     int64_t out[2] = {-1, -1};
+    soil_stack();
     kelvo_get_elapsed_time_since_boot(out);
     EXPECT_EQ(out[0], 0);
     EXPECT_EQ(out[1], 0);

@@ -92,6 +92,13 @@ TEST_F(Stack, AnEmptyValueHasABlockOfItsOwn) {
     free(value);
 }
 
+TEST_F(Stack, SizesHave64Bits) {
+    constexpr uint64_t kHuge = 0x100000004;
+    const FailingMemory fail(1);
+    EXPECT_EQ(stack_push(stack, "four", kHuge), KELVO_ERR_NO_MEMORY);
+    EXPECT_EQ(FailingMemory::bytes(), sizeof(kelvo_stack_node) + kHuge);
+}
+
 TEST_F(Stack, PeekChangesNothing) {
     EXPECT_EQ(push("one"), 0U);
     EXPECT_EQ(push("two"), 0U);

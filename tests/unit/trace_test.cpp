@@ -44,6 +44,7 @@ struct System {
     int trylock_error = 0;
     int lock_error = 0;
     int unlock_error = 0;
+    std::vector<std::string> modes;  ///< of the streams opened
 };
 System fake;
 
@@ -80,6 +81,15 @@ pid_t gettid(void) noexcept {
 pid_t getpid(void) noexcept {
     static const auto real = next_definition<pid_t (*)()>("getpid");
     return fake.process != 0 ? fake.process : real();
+}
+
+std::FILE* fdopen(int descriptor, const char* mode) noexcept {
+    static const auto real = next_definition<std::FILE* (*)(int, const char*)>("fdopen");
+    {
+        const FailingMemory::Pause pause;
+        fake.modes.emplace_back(mode);
+    }
+    return real(descriptor, mode);
 }
 
 int pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept {
@@ -282,6 +292,20 @@ TEST(TraceLine, IsCutTo511BytesAndThenHasNoNewline) {
         EXPECT_EQ(output_of([&] { call(kNote, message.c_str()); }), started() + expected)
             << row.message;
     }
+}
+
+TEST(TraceLine, AMessageThatCannotBeWrittenIsLeftOut) {
+    EXPECT_EQ(output_of([] { trace(kNote, "here", 12, "begin %lc end", wint_t{0x7fffffff}); }),
+              started() + line_of(1, ""));
+}
+
+TEST(TraceLine, TheProcessIdIsReadOnce) {
+    EXPECT_EQ(output_of([] {
+                  call(kNote, "a");
+                  fake.process = 43;
+                  call(kNote, "b");
+              }),
+              started() + line_of(1, "a") + line_of(1, "b"));
 }
 
 TEST(TraceLine, IsDroppedWithoutTheTimeWhileTheDepthChanges) {
@@ -592,6 +616,28 @@ TEST(TraceOutput, EachLineIsThereAtOnce) {
                             return false;
                         }),
               started() + line_of(1, "message"));
+}
+
+TEST(TraceOutput, EachInformationLineIsThereAtOnce) {
+    EXPECT_EQ(output_of(Output::pipe,
+                        [] {
+                            fake.has_time = false;  // no other line brings it along
+                            call(kNote, "dropped");
+                            _exit(0);
+                            return false;
+                        }),
+              started());
+}
+
+TEST(TraceOutput, IsOpenedForReadingTooWhereThatIsAllowed) {
+    for (const Output output : {Output::file, Output::pipe}) {
+        const bool readable = output == Output::file;
+        output_of(output, [readable] {
+            call(kNote, "message");
+            const std::vector<std::string> both = {"a+", "a"};
+            return fake.modes == std::vector<std::string>(both.begin(), both.end() - readable);
+        });
+    }
 }
 
 // ---- The mutex ----
