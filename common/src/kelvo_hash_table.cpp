@@ -9,6 +9,7 @@
 #include "kelvo_bytes.h"
 #include "kelvo_process.h"
 #include "kelvo_report.h"
+#include "kelvo_text.h"
 
 using namespace kelvo;
 
@@ -19,7 +20,7 @@ namespace {
 
 u32 hash_of(const char* key) {
     u32 hash = 0;
-    for (; *key != '\0'; ++key) hash = hash * 33 + static_cast<u32>(static_cast<signed char>(*key));
+    for (; *key != '\0'; ++key) hash = hash_step(hash, *key);
     return hash + (hash >> 5);
 }
 

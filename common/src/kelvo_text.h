@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Copies of texts, and the walk through the components of a path.
+// Copies of texts, their hash, and the walk through the components of a path.
 #pragma once
 
 #include <cstdlib>
 #include <cstring>
+
+#include "kelvo_bytes.h"
 
 namespace kelvo {
 
@@ -20,6 +22,11 @@ namespace kelvo {
 /// A new text like `text`, released with free(); null without memory.
 [[nodiscard]] inline char* copy_text(const char* text) noexcept {
     return copy_text(text, std::strlen(text));
+}
+
+/// The hash of a text that is one byte longer; that of the empty text is 0.
+[[nodiscard]] constexpr u32 hash_step(u32 hash, char byte) noexcept {
+    return hash * 33 + static_cast<u32>(static_cast<signed char>(byte));
 }
 
 /// Characters of the path's first component, the "/" that ends it included.
