@@ -2,11 +2,12 @@
 # SPDX-License-Identifier: Apache-2.0
 """Checks what a shared object asks of the dynamic linker.
 
-    loaded_libraries.py LIBRARY SONAME NEEDED[,NEEDED...]
+    loaded_libraries.py LIBRARY SONAME NEEDED[,NEEDED...] bound|replaceable
 
 The library needs exactly the libraries named (and perhaps the dynamic linker itself, which finds
 thread-local variables for it), carries its SONAME, binds at load time with read-only
-relocations, has no executable stack and leaves every platform service replaceable.
+relocations and has no executable stack. Calls to its own functions are bound when it is linked, or
+left to the dynamic linker, so that a process can replace what they call.
 """
 import re
 import subprocess
@@ -18,8 +19,16 @@ def readelf(option, library):
                           text=True).stdout
 
 
+def own_calls(library):
+    """The functions of the library that it calls through the dynamic linker."""
+    symbols = readelf("--dyn-syms", library)
+    own = set(re.findall(r" FUNC +GLOBAL +DEFAULT +\d+ (\w+)@", symbols))
+    called = set(re.findall(r"_JUMP_SLO\w* +\w+ +(\w+)", readelf("-r", library)))
+    return own & called
+
+
 def main():
-    library, soname, needed = sys.argv[1:]
+    library, soname, needed, calls = sys.argv[1:]
     dynamic = readelf("-d", library)
     segments = readelf("-l", library)
     found = set(re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic))
@@ -39,6 +48,11 @@ def main():
         problems.append("has relocations in its code")
     if re.search(r"\(SYMBOLIC\)", dynamic):
         problems.append("binds its own data symbolically")
+    through_linker = own_calls(library)
+    if calls == "bound" and through_linker:
+        problems.append(f"calls its own functions through the dynamic linker: {sorted(through_linker)}")
+    if calls == "replaceable" and not through_linker:
+        problems.append("calls its own functions directly, so that nobody can replace them")
     for problem in problems:
         print(f"{library}: {problem}")
     if not problems:
