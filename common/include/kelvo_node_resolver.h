@@ -262,7 +262,7 @@ KELVO_ASSERT_SIZE(kelvo_nr_answer, 16);
  * the name of a sub-card stands for its processor. The name of an interface has at most 63
  * characters. The first interface lookup of a thread binds it to the interface database, trying six
  * times, a second apart; when all fail the process stops. A lookup that fails for the moment is
- * repeated three times, a second apart.
+ * repeated up to three times, a second apart.
  *
  * Note: every path that begins with the letter "r" and is not a remote path is refused.
  *
@@ -270,7 +270,16 @@ KELVO_ASSERT_SIZE(kelvo_nr_answer, 16);
  * refuses them.
  *
  * Note: a regular expression where a name is expected ends the walk for a management client that
- * may use them; the path then counts as ambiguous.
+ * may use them; the path then counts as ambiguous. A component of more than 511 bytes is not tested
+ * for one: no server owns the path, and "NR DFA pathname overrun" is logged on the record
+ * "INTERNAL_STATE".
+ *
+ * Note: an unverified configuration request gets the CCV server for a path that no server owns too,
+ * and for an ambiguous one, then not marked as ambiguous; but not for a deprecated path that this
+ * process refuses.
+ *
+ * Note: a path on a plane that this card may not reach has no owner; the lookup never returns
+ * ::KELVO_ERR_RESOLVE_UNSUPPORTED.
  *
  * Note: an ambiguous answer is not versioned when the path's first component, or the one after
  * "admin/", begins with the letter "i".

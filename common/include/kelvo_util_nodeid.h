@@ -89,9 +89,9 @@ KELVO_API const char* kelvo_comm_servertype_desc(uint32_t type);
  *         which is logged on the record "INTERNAL_NODEID_STR" with the platform's status; the
  *         constant "Error - can't convert nodeid" when there is no slot to write to:
  *
- *  -# the thread key could not be made ready once for the process, logged as internal:
- * "pthread_once failed" each time, or "Couldn't create pthread key for nodeid to string conversion"
- * the first time
+ *  -# the thread key could not be made, which is done once for the process; logged as internal,
+ *     "pthread_once failed" each time or, the first time only, "Couldn't create pthread key for
+ *     nodeid to string conversion"
  *  -# no memory for the thread's ring; not logged
  *  -# the ring could not be kept for the thread, logged as internal: "pthread_setspecific failed"
  *  -# the text for an unknown id could not be formed, logged as internal: "Couldn't form error

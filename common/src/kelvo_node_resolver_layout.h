@@ -12,8 +12,8 @@
 //     end        what a path is that stops here: the row's flags and result, or AMBIGUOUS
 //     miss       INVALID, when no name fits and the level knows no "any component"
 //
-// The levels below are laid down first; equal levels are one level. An answer (wildcard test,
-// flags, result) and a match are laid down once for all levels. Ends and misses are not shared, so
+// The levels below are laid down first; equal levels are one level. An answer (flags, wildcard
+// test, result) and a match are laid down once for all levels. Ends and misses are not shared, so
 // that the trace of a walk shows where it ended. The top level has no way in and no end: its head
 // is the start state, its miss the last state.
 #pragma once

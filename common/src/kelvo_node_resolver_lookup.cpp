@@ -324,7 +324,7 @@ void set_versioned(Lookup& lookup) {
 }
 
 kelvo_status resolve(Lookup& lookup) {
-    lookup.verdict = run_dfa(lookup.path, lookup.options);
+    lookup.verdict = kelvo_nr_run_dfa(lookup.path, lookup.options);
     if (const auto status = refine(lookup)) return status;
     const kelvo_status status =
         lookup.has(KELVO_NR_OPT_CCV) ? resolve_ccv(lookup) : resolve_verdict(lookup);
@@ -361,9 +361,7 @@ kelvo_status resolve_remote(Lookup& lookup) {
 /// Whether a part of a path may not begin as it does. The text "/" alone is the empty path.
 bool begins_wrongly(const char* prefix, const char* path) {
     if (prefix[0] != '/' && path[0] != '/') return false;
-    const char* const whole = prefix[0] != '\0' ? prefix : path;
-    const char* const rest = prefix[0] != '\0' ? path : "";
-    return std::strcmp(whole, "/") != 0 || rest[0] != '\0';
+    return std::strlen(prefix) + std::strlen(path) > 1;
 }
 
 kelvo_status look_up(const char* prefix, const char* path, Lookup& lookup) {

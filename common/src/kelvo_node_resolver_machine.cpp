@@ -123,7 +123,7 @@ bool step(Walk& walk, u32 number, u32* next) {
 
 }  // namespace
 
-Verdict nr::run_dfa(char* path, u32 options) {
+Verdict kelvo_nr_run_dfa(char* path, u32 options) {
     Walk walk(path, options);
     u32 number = kelvo_nr_dfa_start_state;
     u32 next;

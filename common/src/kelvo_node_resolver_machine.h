@@ -14,10 +14,6 @@ struct Verdict {
     char* component;  ///< where it stopped: for a node or an interface, the component that names it
 };
 
-/// Walks a path, in which every component ends with "/". Only the options for regular expressions
-/// and management clients count. The path is as it was when the walk is over.
-[[nodiscard]] Verdict run_dfa(char* path, u32 options);
-
 /// Makes one component of a path a text of its own while it exists.
 class Terminated {
   public:
@@ -48,3 +44,7 @@ bool copy_component(char (&copy)[Size], const char* component) {
 }
 
 }  // namespace kelvo::nr
+
+/// Walks a path, in which every component ends with "/". Only the options for regular expressions
+/// and management clients count. The path is as it was when the walk is over.
+[[nodiscard]] kelvo::nr::Verdict kelvo_nr_run_dfa(char* path, kelvo::u32 options);

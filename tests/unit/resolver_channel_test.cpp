@@ -262,6 +262,11 @@ TEST_F(ResolverChannel, CcvHasNone) {
                   "Bad node type (no LWM channel): rc 0x3b9aca02 (text of 0x3b9aca02)");
 }
 
+TEST_F(ResolverChannel, RemoteNumberIsNoNode) {
+    EXPECT_EQ(channel_of("remote/16/cfg/gl", kCcvOption), failed(KELVO_ERR_BAD_NODE_TYPE))
+        << "although this node has that id";
+}
+
 TEST_F(ResolverChannel, NodeWithoutANameFails) {
     platform().node_name = [](std::uint32_t, char*, std::size_t) {
         return kelvo_status{0x4000f00d};

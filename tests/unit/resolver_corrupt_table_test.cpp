@@ -47,6 +47,11 @@ TEST_F(ResolverCorruptTableDeathTest, LibraryWalksThisTable) {
     EXPECT_EQ(look_up("anything"), owner(kLocal));
 }
 
+TEST_F(ResolverCorruptTableDeathTest, RootIsAmbiguousOnlyWhereTheTableHasItInvalid) {
+    EXPECT_EQ(look_up(""), owner(kLocal));
+    EXPECT_EQ(lines_of("").front(), "'/' -> LOCAL ");
+}
+
 TEST_F(ResolverCorruptTableDeathTest, UnknownOperationEndsTheProcess) {
     EXPECT_DEATH(look_up_and_show("cfg"),
                  "common/src/kelvo_node_resolver:[0-9]+: refuse_state: Assertion `0' failed[^\n]*\n"

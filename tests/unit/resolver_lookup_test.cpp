@@ -250,6 +250,14 @@ TEST_F(ResolverLookup, RegexpEndsTheWalkOfAManagementClientThatMayUseThem) {
         << "where no name is compared, a regular expression is as good as any component";
 }
 
+TEST_F(ResolverLookup, RegexpCountsInTheComponentThatIsAskedForOnly) {
+    EXPECT_EQ(look_up("cfg/zzz/x*", kRegexp | kManagement), refused(KELVO_ERR_NO_OWNER));
+    EXPECT_EQ(look_up("cfg/gl/x*", kRegexp | kManagement), owner(kSharedSc));
+    EXPECT_EQ(look_up("debug/node/10/x*", kRegexp), owner(kLocal));
+    EXPECT_EQ(look_up("debug/node/10/x*", kRegexp | kManagement), owner(kLocal));
+    EXPECT_EQ(look_up("action/a*/node/10", kRegexp | kManagement), owner(kLocal));
+}
+
 TEST_F(ResolverLookup, DotIsNotARegexp) {
     EXPECT_EQ(look_up("cfg/g.l", kRegexp | kManagement), refused(KELVO_ERR_NO_OWNER));
     EXPECT_EQ(look_up("oper/a/if/Gi0.1", kRegexp | kServer), owner(kLocal));

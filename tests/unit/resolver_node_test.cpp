@@ -44,6 +44,18 @@ TEST_F(ResolverNode, IsParsedByThePlatformWhenItHoldsAnUnderscore) {
     EXPECT_EQ(look_up("cfg/node/act/0_1_CPU0/a"), owner(node_answer(0x101)));
 }
 
+TEST_F(ResolverNode, OnlyItsOwnComponentCounts) {
+    platform().parse_nodeid = [](const char*, std::uint32_t*) { return kelvo_status{1}; };
+    EXPECT_EQ(look_up("cfg/node/act/20/a_b"), owner(node_answer(0x20)));
+    EXPECT_EQ(look_up("oper/a_b/node/20"), owner(node_answer(0x20)));
+}
+
+TEST_F(ResolverNode, EmptyNameIsNoNode) {
+    EXPECT_EQ(look_up("cfg/node/act//20"), refused(KELVO_ERR_NO_OWNER));
+    expect_logged(qor_msg_rec_kelvoutils_parse_failed,
+                  "Failed to parse node ('' from 'cfg/node/act//20/') (text of 0xa0813800)");
+}
+
 TEST_F(ResolverNode, UnparsedNodeIsLogged) {
     EXPECT_EQ(look_up("cfg/node/act/zz/a"), refused(KELVO_ERR_NO_OWNER));
     expect_logged(qor_msg_rec_kelvoutils_parse_failed,
