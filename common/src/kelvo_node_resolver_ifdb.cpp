@@ -49,6 +49,7 @@ bool is_transient(kelvo_status status) {
 
 /// Asks once. The call's own failure goes before what the database reports.
 kelvo_status ask(void* connection, const char* name, u32* nodeid) {
+    *nodeid = KELVO_NODEID_INVALID;
     kelvo_status reported = 0;
     const kelvo_status status = ifname_to_location(connection, name, nodeid, &reported);
     return status != 0 ? status : reported;
@@ -58,12 +59,10 @@ kelvo_status ask(void* connection, const char* name, u32* nodeid) {
 
 kelvo_status nr::locate_interface(const char* name, u32* nodeid) {
     void* const connection = connection_of_thread();
-    u32 found = KELVO_NODEID_INVALID;
-    kelvo_status status = ask(connection, name, &found);
+    kelvo_status status = ask(connection, name, nodeid);
     for (int retry = 0; retry < kLookupRetries && is_transient(status); ++retry) {
         sleep(kSecondsBetween);
-        status = ask(connection, name, &found);
+        status = ask(connection, name, nodeid);
     }
-    if (status == 0) *nodeid = found;
     return status;
 }

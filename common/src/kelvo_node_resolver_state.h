@@ -53,7 +53,7 @@ extern State state;
 [[nodiscard]] bool centralised();
 
 /// Finds the node of an interface through the thread's connection to the interface database.
-/// @return 0 or why there is none; a name that stands for no node leaves *nodeid invalid
+/// @return 0, with an invalid *nodeid for a name that stands for no node, or why there is none
 [[nodiscard]] kelvo_status locate_interface(const char* name, u32* nodeid);
 
 }  // namespace kelvo::nr

@@ -29,6 +29,8 @@ struct SystemCalls {
 
     int keys_created = 0;
     int keys_deleted = 0;
+    void (*destructor)(void*) = nullptr;  ///< of the key created last
+    void* kept = nullptr;                 ///< the value stored last under a key
     unsigned slept = 0;      ///< seconds that sleep() was asked for; it returns at once
     int commands = 0;        ///< how often system() was called; it runs nothing
     char command[128] = "";  ///< what it was asked to run last
@@ -54,6 +56,7 @@ KELVO_UNWATCHED int pthread_once(pthread_once_t* control, void (*routine)()) {
 KELVO_UNWATCHED int pthread_key_create(pthread_key_t* key, void (*destructor)(void*)) noexcept {
     if (const int code = kelvo::test::system_calls.key_create_fails) return code;
     ++kelvo::test::system_calls.keys_created;
+    kelvo::test::system_calls.destructor = destructor;
     return kelvo::test::c_library<int(pthread_key_t*, void (*)(void*))>("pthread_key_create")(
         key, destructor);
 }
@@ -66,6 +69,7 @@ KELVO_UNWATCHED int pthread_key_delete(pthread_key_t key) noexcept {
 KELVO_UNWATCHED int pthread_setspecific(pthread_key_t key, const void* value) noexcept {
     const int code = kelvo::test::system_calls.setspecific_fails;
     if (code != 0 && value != nullptr) return code;
+    kelvo::test::system_calls.kept = const_cast<void*>(value);
     return kelvo::test::c_library<int(pthread_key_t, const void*)>("pthread_setspecific")(key,
                                                                                           value);
 }

@@ -245,7 +245,7 @@ TEST_F(NodeidText, RingThatCannotBeKeptIsReleased) {
     EXPECT_EQ(platform().log[0].severity, 7);
 }
 
-TEST_F(NodeidText, ThreadAllocatesItsRingOnceAndFreesItWhenItEnds) {
+TEST_F(NodeidText, ThreadAllocatesItsRingOnce) {
     std::thread([] {
         const FailingMemory count;
         for (uint32_t i = 0; i < 100; ++i) (void)kelvo_util_nodeid_to_str(KELVO_NODEID_INVALID);
@@ -288,6 +288,19 @@ TEST_F(NodeidTextDeathTest, FailedKeyIsLoggedOnceAndNothingIsConverted) {
             platform().log[0].severity == 7);
     };
     EXPECT_EXIT(twice(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(NodeidTextDeathTest, KeysDestructorFreesTheRingAndClearsTheKey) {
+    const auto convert_release_convert = [] {
+        const FailingMemory count;
+        (void)kelvo_util_nodeid_to_str(1);
+        bool as_expected = FailingMemory::outstanding() == 1;
+        system_calls.destructor(system_calls.kept);
+        as_expected &= FailingMemory::outstanding() == 0 && system_calls.kept == nullptr;
+        (void)kelvo_util_nodeid_to_str(1);
+        end(as_expected && FailingMemory::allocations() == 2);
+    };
+    EXPECT_EXIT(convert_release_convert(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(NodeidTextDeathTest, OneKeyIsMadeForTheProcess) {

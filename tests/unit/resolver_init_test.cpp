@@ -59,6 +59,13 @@ TEST_F(ResolverInit, OrdinaryProcessAsksThePlatform) {
     EXPECT_TRUE(platform().log.empty());
 }
 
+TEST_F(ResolverInit, ConnectionsOutliveTheirThreads) {
+    system_calls.destructor = [](void*) {};
+    start();
+    EXPECT_EQ(system_calls.keys_created, 1);
+    EXPECT_EQ(system_calls.destructor, nullptr);
+}
+
 TEST_F(ResolverInit, ShowToolIsToldItsNodeAndAsksNothing) {
     platform().type = [] {
         ADD_FAILURE() << "asked for the card type";
@@ -127,6 +134,8 @@ TEST_F(ResolverInit, FailedKeyIsLoggedAndItsCodeReturned) {
     platform().log.clear();
     EXPECT_EQ(start_as("kelvoshow", kThisNode), static_cast<kelvo_status>(EAGAIN));
     EXPECT_EQ(platform().log.size(), 1U);
+    EXPECT_EQ(kelvo_nr_shutdown(), 0U);
+    EXPECT_EQ(system_calls.keys_deleted, 0) << "there is none";
 }
 
 TEST_F(ResolverInit, TraceTakesThePlaceOfTheLogOnlyWhenGiven) {

@@ -235,6 +235,19 @@ TEST_F(ResolverInterface, NameWithoutANodeIsLogged) {
                   "(text of 0xa0813800)");
 }
 
+TEST_F(ResolverInterface, NodeThatTheDatabaseLeavesOutIsNone) {
+    platform().locate = [first = true](void*, const char*, std::uint32_t* nodeid,
+                                       kelvo_status* reported) mutable -> kelvo_status {
+        if (first) *nodeid = 0x20;
+        *reported = first ? kTransient : 0;
+        first = false;
+        return 0;
+    };
+    EXPECT_EQ(look_up(kPath), refused(KELVO_ERR_NO_OWNER));
+    ASSERT_EQ(platform().log.size(), 1U);
+    EXPECT_EQ(platform().log[0].text.rfind("Parsed OK but nodeid invalid", 0), 0U);
+}
+
 TEST_F(ResolverInterface, BothGoToTheTraceOfAProcessThatHasOne) {
     int trace;
     ASSERT_EQ(start_as("client", 0, &trace), 0U);

@@ -304,6 +304,8 @@ TEST_F(ResolverLookup, DeprecatedPathIsNamedInLaterLines) {
     EXPECT_EQ(lines_of("ipc/if"),
               (Lines{"Path 'ipc/if/' is deprecated", "'ipc/if/' -> LOCAL (deprecated)",
                      "Setting versioned flag to FALSE (options=0x0)"}));
+    EXPECT_EQ(lines_of("oper/if/Gi*", kRegexp | kManagement)[1],
+              "kelvo_nr_lookup_node: oper/if/Gi*/ -> all local (deprecated)");
     EXPECT_TRUE(platform().log.empty());
 }
 
