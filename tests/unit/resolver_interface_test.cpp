@@ -169,6 +169,7 @@ TEST_F(ResolverInterface, WithoutAKeyEveryLookupBinds) {
     EXPECT_EQ(look_up(kPath), owner(node_answer(0x20)));
     EXPECT_EQ(look_up(kPath), owner(node_answer(0x20)));
     EXPECT_EQ(platform().calls, (Lines{kBind, kAsk, kBind, kAsk}));
+    EXPECT_TRUE(platform().log.empty()) << "no connection is to be kept";
 }
 
 // --- asking again -------------------------------------------------------------------------------
