@@ -47,8 +47,7 @@
 #define KELVO_ASSERT_SIZE(type, size)                                                              \
     KELVO_STATIC_ASSERT(sizeof(type) == (size), #type " takes " #size " bytes")
 
-/** Status of an operation: 0 is success, anything else a code of kelvo_status.h or of the platform.
- */
+/** Status of an operation: 0 is success, anything else a code of kelvo_status.h or the platform. */
 typedef uint32_t kelvo_status;
 
 /**
