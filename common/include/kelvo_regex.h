@@ -9,6 +9,21 @@
  * The engine's process-wide defaults are left as they are. Unless the process changes them, a
  * pattern is in the engine's own extended syntax, every byte is a character, and "^" and "$" stand
  * at the beginning and end of any line of the text, not only at its beginning and end.
+ *
+ * Patterns and texts come from clients, so the engine is not given everything:
+ *
+ * - Refused is what could overrun the stack or hold the compiler up: more than 32 groups nested in
+ *   each other, and fewer where alternatives, quantifiers, options switched in the middle of a
+ *   group, classes inside classes, absent operators "(?~...)" or conditions add to the height of
+ *   the tree; quantifiers one upon the other; escapes of control characters nested more than 32
+ *   deep; a nesting that calls of groups "\g<...>" make too deep, each of which may visit all of it
+ *   once more. What is accepted compiles on a stack of 64 KiB.
+ * - Refused are callouts, "(*...)" and "(?{...})", and "[:" in a class where no named class follows.
+ * - A match may give up only so many choices, fewer the longer the text is and the more often the
+ *   pattern may go over it, and may stack only 20480 of them. One that comes to such a limit does
+ *   not match. That keeps each match below about 5 milliseconds and 2 MiB.
+ *
+ * These bounds are sound for the engine's default syntax, and for basic syntax.
  */
 #ifndef KELVO_REGEX_H
 #define KELVO_REGEX_H
@@ -28,10 +43,12 @@ typedef struct kelvo_regex {
     void* engine;
     size_t groups;
     int flags;
+    uint8_t cost[4]; /**< what a match may cost, by the length of the text */
 } kelvo_regex;
 
 KELVO_ASSERT_OFFSET(kelvo_regex, groups, 8);
 KELVO_ASSERT_OFFSET(kelvo_regex, flags, 16);
+KELVO_ASSERT_OFFSET(kelvo_regex, cost, 20);
 KELVO_ASSERT_SIZE(kelvo_regex, 24);
 
 /** Where a group matched: offsets in bytes from the start of the text, both -1 where it did not. */
@@ -50,7 +67,8 @@ KELVO_ASSERT_SIZE(kelvo_regex_match, 8);
  *                  to release after a failure
  * @param pattern   NUL-terminated text
  * @param flags     KELVO_REGEX_...
- * @return 0, or the engine's error number (not a ::kelvo_status)
+ * @return 0, or the engine's error number (not a ::kelvo_status); a pattern that is not given to the
+ *         engine has that of a bad pattern, 2
  */
 KELVO_API int kelvo_regcomp(kelvo_regex* compiled, const char* pattern, int flags);
 
@@ -61,9 +79,14 @@ KELVO_API int kelvo_regcomp(kelvo_regex* compiled, const char* pattern, int flag
  * @param string    NUL-terminated text
  * @param nmatch    elements of `matches`; 0 when nobody asks where the text matches
  * @param matches   receives the places of the whole match and of the groups, unless the pattern was
- *                  compiled with ::KELVO_REGEX_NOSUB; may be null when nmatch is 0
+ *                  compiled with ::KELVO_REGEX_NOSUB; elements beyond the groups, and all of them
+ *                  when the text does not match, become -1; may be null when nmatch is 0
  * @param eflags    the engine's own; 0 for none
- * @return 0 when the text matches, otherwise the engine's error number (not a ::kelvo_status)
+ * @return 0 when the text matches, otherwise the engine's error number (not a ::kelvo_status): 1
+ *         when it does not, 12 when memory ran out, which leaves the places alone
+ *
+ * A text that might match, but only at too great a cost, does not match. A debug line says so while
+ * the flag "node-resolver" is on (kelvo_debug.h).
  */
 KELVO_API int kelvo_regexec(const kelvo_regex* compiled, const char* string, size_t nmatch,
                             kelvo_regex_match* matches, int eflags);

@@ -67,7 +67,8 @@ KELVO_API kelvo_status kelvo_util_path_is_regexp(const char* path, uint32_t* is_
  * @return 0, or in this order:
  *   - ::KELVO_ERR_NULL_PARAM, logged: `path` or `out` is null or `path` is empty
  *   - ::KELVO_ERR_NO_MEMORY: an allocation failed
- *   - ::KELVO_ERR_BAD_REGEXP: the engine refuses a component
+ *   - ::KELVO_ERR_BAD_REGEXP: the engine refuses a component, or kelvo_regex.h says that it is not
+ *     even asked: the component nests too deep (30 groups are the most) or holds a callout
  *
  * The components are taken one after the other, and the first that fails decides.
  *
@@ -84,7 +85,8 @@ KELVO_API kelvo_status kelvo_util_path_regcomp(const char* path, kelvo_path_patt
  *
  * A literal component must be equal, its "/" included: the path "gl/" does not match a pattern that
  * ends in "gl". A path's component that ends in "/" never matches a regular expression that is
- * written without.
+ * written without. A component whose match would take the engine too long does not match
+ * (kelvo_regex.h).
  *
  * @param path     NUL-terminated text
  * @param pattern  from kelvo_util_path_regcomp()
@@ -92,6 +94,8 @@ KELVO_API kelvo_status kelvo_util_path_regcomp(const char* path, kelvo_path_patt
  * @return 0, or in this order:
  *   - ::KELVO_ERR_NULL_PARAM, logged: an argument is null or `path` is empty
  *   - ::KELVO_ERR_NO_MEMORY: the path could not be copied
+ *
+ * Note: a component for which the engine itself runs out of memory does not match.
  */
 KELVO_API kelvo_status kelvo_util_path_regexec(const char* path, const kelvo_path_pattern* pattern,
                                                uint32_t* matches);

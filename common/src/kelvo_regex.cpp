@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The regular-expression engine. It also exports its POSIX-style functions under the C library's
-// names; only the prefixed ones are used here, so that neither side is ever bound to the other's.
+// The regular-expression engine, made safe for patterns that come from clients: a guard reads each
+// pattern first, and a match may give up only so many choices and stack only so many. The engine's
+// own limits are settings of the whole process, so they are given with each match instead.
+//
+// The engine also exports its POSIX-style functions under the C library's names; only the prefixed
+// ones are used here, so that neither side is ever bound to the other's.
 #include "kelvo_regex.h"
 
 #include <oniguruma.h>
@@ -9,18 +13,49 @@
 // After the engine's native interface, whose type names it redefines.
 #include <onigposix.h>
 
+#include <algorithm>
 #include <bit>
+#include <cstdlib>
+#include <cstring>
 
-static_assert(sizeof(kelvo_regex) == sizeof(onig_posix_regex_t));
-static_assert(offsetof(kelvo_regex, engine) == offsetof(onig_posix_regex_t, onig));
-static_assert(offsetof(kelvo_regex, groups) == offsetof(onig_posix_regex_t, re_nsub));
-static_assert(offsetof(kelvo_regex, flags) == offsetof(onig_posix_regex_t, comp_options));
-static_assert(sizeof(kelvo_regex_match) == sizeof(onig_posix_regmatch_t));
-static_assert(offsetof(kelvo_regex_match, start) == offsetof(onig_posix_regmatch_t, rm_so));
-static_assert(offsetof(kelvo_regex_match, end) == offsetof(onig_posix_regmatch_t, rm_eo));
+#include "kelvo_debug.h"
+#include "kelvo_regex_guard.h"
+
 static_assert(KELVO_REGEX_EXTENDED == REG_EXTENDED && KELVO_REGEX_NOSUB == REG_NOSUB);
 
+using namespace kelvo;
+
 namespace {
+
+static_assert(sizeof(RegexCost) == sizeof kelvo_regex::cost);
+
+// A match stays below 5 ms: what one choice given up may cost, times how often that may happen,
+// and one run over the text.
+constexpr double kMostSteps = 1e6;
+constexpr double kMostWork = 6e5;
+// Few runs are as long as a run can be.
+constexpr double kStepsInOne = 4;
+
+// 32 bytes each, and as much again while the stack grows.
+constexpr unsigned kMostStacked = 20480;
+
+// Limits that a match may be given: 1, 2, 4 ... choices given up. They are only read during a
+// match, so one set serves all threads.
+constexpr int kLimits = 16;
+OnigMatchParam* limits[kLimits];
+
+/// Makes the limits that are still missing. @return whether none is
+bool make_limits() {
+    for (int i = 0; i < kLimits; ++i) {
+        if (limits[i] != nullptr) continue;
+        limits[i] = onig_new_match_param();
+        if (limits[i] == nullptr) return false;
+        onig_set_match_stack_limit_size_of_match_param(limits[i], kMostStacked);
+        onig_set_retry_limit_in_match_of_match_param(limits[i], 1UL << i);
+        onig_set_retry_limit_in_search_of_match_param(limits[i], 1UL << i);
+    }
+    return true;
+}
 
 /// Prepares the engine before its first pattern. Left to itself it would do so too, but not if two
 /// threads came at once. An attempt that ran out of memory is repeated with the next pattern.
@@ -31,33 +66,94 @@ bool engine_is_ready() {
     if (!ready) {
         OnigEncoding encoding = onigenc_get_default_encoding();
         ready = onig_initialize(&encoding, 1) == ONIG_NORMAL &&
-                onig_initialize_encoding(encoding) == ONIG_NORMAL;
+                onig_initialize_encoding(encoding) == ONIG_NORMAL && make_limits();
     }
     const bool answer = ready;
     pthread_mutex_unlock(&mutex);
     return answer;
 }
 
+/// The limits for a match, or null when not even one run may be tried.
+OnigMatchParam* limits_for(const RegexCost& cost, std::size_t characters) {
+    const double steps = cost.steps(static_cast<double>(characters));
+    if (steps > kMostSteps) return nullptr;
+    const double one = std::max(static_cast<double>(characters) + 1, steps / kStepsInOne);
+    const auto width = static_cast<int>(std::bit_width(static_cast<u32>(kMostWork / one)));
+    return limits[std::clamp(width, 1, kLimits) - 1];
+}
+
+bool was_limited(int result) {
+    return result == ONIGERR_RETRY_LIMIT_IN_MATCH_OVER ||
+           result == ONIGERR_RETRY_LIMIT_IN_SEARCH_OVER || result == ONIGERR_MATCH_STACK_LIMIT_OVER;
+}
+
+/// Says why a text does not match that might.
+int give_up(std::size_t characters) {
+    if (kelvo_cmn_debug_flags[KELVO_DEBUG_NODE_RESOLVER].enabled != 0) {
+        debug_print("Regular expression given up: too much work for a text of %zu characters",
+                    characters);
+    }
+    return REG_NOMATCH;
+}
+
+/// The POSIX-style answer for the engine's own.
+int answer(int result, std::size_t characters) {
+    if (result >= 0) return 0;
+    if (was_limited(result)) return give_up(characters);
+    return result == ONIGERR_MEMORY ? REG_ESPACE : REG_NOMATCH;
+}
+
+OnigOptionType options_of(int eflags) {
+    return ((eflags & REG_NOTBOL) != 0 ? ONIG_OPTION_NOTBOL : ONIG_OPTION_NONE) |
+           ((eflags & REG_NOTEOL) != 0 ? ONIG_OPTION_NOTEOL : ONIG_OPTION_NONE);
+}
+
+int search(const kelvo_regex& compiled, const char* string, OnigRegion* region, int eflags) {
+    const std::size_t characters = std::strlen(string);
+    OnigMatchParam* const bounds = limits_for(std::bit_cast<RegexCost>(compiled.cost), characters);
+    if (bounds == nullptr) return give_up(characters);
+    const auto* const begin = reinterpret_cast<const OnigUChar*>(string);
+    const OnigUChar* const end = begin + characters;
+    const int result = onig_search_with_param(static_cast<OnigRegex>(compiled.engine), begin, end,
+                                              begin, end, region, options_of(eflags), bounds);
+    return answer(result, characters);
+}
+
 }  // namespace
 
 int kelvo_regcomp(kelvo_regex* compiled, const char* pattern, int flags) {
-    *compiled = {nullptr, 0, flags};
+    *compiled = {nullptr, 0, flags, {}};
+    RegexCost cost;
+    if (!regex_is_safe(pattern, (flags & KELVO_REGEX_EXTENDED) != 0, &cost)) return REG_BADPAT;
     if (!engine_is_ready()) return REG_ESPACE;
     onig_posix_regex_t engine{};
     if (const int error = onig_posix_regcomp(&engine, pattern, flags)) return error;
-    *compiled = std::bit_cast<kelvo_regex>(engine);
+    // The engine takes some variable look-behinds, "(?<=a*?b{0,9})", for good and makes nothing.
+    if (engine.onig == nullptr) return REG_BADPAT;
+    *compiled = {engine.onig, engine.re_nsub, flags, {}};
+    std::memcpy(compiled->cost, &cost, sizeof cost);
     return 0;
 }
 
 int kelvo_regexec(const kelvo_regex* compiled, const char* string, size_t nmatch,
                   kelvo_regex_match* matches, int eflags) {
-    auto engine = std::bit_cast<onig_posix_regex_t>(*compiled);
-    auto* const places = reinterpret_cast<onig_posix_regmatch_t*>(matches);
-    return onig_posix_regexec(&engine, string, nmatch, places, eflags);
+    if (nmatch == 0 || (compiled->flags & KELVO_REGEX_NOSUB) != 0) {
+        return search(*compiled, string, nullptr, eflags);
+    }
+    OnigRegion region{};
+    const int error = search(*compiled, string, &region, eflags);
+    for (size_t i = 0; i < nmatch && (error == 0 || error == REG_NOMATCH); ++i) {
+        const bool took_part = error == 0 && i <= compiled->groups;
+        matches[i] =
+            took_part ? kelvo_regex_match{region.beg[i], region.end[i]} : kelvo_regex_match{-1, -1};
+    }
+    // Not onig_region_free(), which forgets one array when there was no memory for the other.
+    std::free(region.beg);
+    std::free(region.end);
+    return error;
 }
 
 void kelvo_regfree(kelvo_regex* compiled) {
-    auto engine = std::bit_cast<onig_posix_regex_t>(*compiled);
-    onig_posix_regfree(&engine);
+    onig_free(static_cast<OnigRegex>(compiled->engine));
     compiled->engine = nullptr;
 }

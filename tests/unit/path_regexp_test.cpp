@@ -171,6 +171,19 @@ TEST_F(PathCompile, ARefusedComponentFailsSilentlyWherever) {
     EXPECT_TRUE(platform().log.empty());
 }
 
+TEST_F(PathCompile, AComponentThatTheEngineIsNotAskedForIsABadOne) {
+    const auto nested = [](std::size_t levels) {
+        return "a/" + std::string(levels, '(') + "b" + std::string(levels, ')') + "/c";
+    };
+    EXPECT_EQ(elements(compiled(nested(30))).size(), 3U);
+    for (const std::string& path : {nested(31), std::string("a(*FAIL)|b"), std::string("(?{x})")}) {
+        kelvo_path_pattern* pattern = nullptr;
+        EXPECT_EQ(kelvo_util_path_regcomp(path.c_str(), &pattern, 0), KELVO_ERR_BAD_REGEXP) << path;
+        EXPECT_EQ(pattern, nullptr) << path;
+    }
+    EXPECT_TRUE(platform().log.empty());
+}
+
 TEST_F(PathCompile, NullAndEmptyArgumentsAreLogged) {
     kelvo_path_pattern* pattern = reinterpret_cast<kelvo_path_pattern*>(&pattern);
     const void* const untouched = pattern;
@@ -358,6 +371,26 @@ TEST_F(PathMatch, APathThatCannotBeCopiedIsNotMatched) {
     }
     EXPECT_EQ(status, KELVO_ERR_NO_MEMORY);
     EXPECT_EQ(answer, 7U);
+    EXPECT_TRUE(platform().log.empty());
+}
+
+TEST_F(PathMatch, AComponentThatTheEngineHasNoMemoryForDoesNotMatch) {
+    const Pattern pattern = compiled("a*/b");
+    std::uint32_t answer = 7;
+    kelvo_status status;
+    {
+        const FailingMemory fail(1, FailingMemory::kNever);
+        status = kelvo_util_path_regexec("aaa/b", pattern.get(), &answer);
+    }
+    EXPECT_EQ(status, 0U);
+    EXPECT_EQ(answer, 0U);
+}
+
+TEST_F(PathMatch, AComponentThatTakesTooLongDoesNotMatch) {
+    // The second branch matches, but comes after two to the power of the length tries of the first.
+    const Pattern pattern = compiled("(a|a)*c|a*/b");
+    EXPECT_EQ(matches("aaa/b", pattern), 1U);
+    EXPECT_EQ(matches(std::string(300, 'a') + "/b", pattern), 0U);
     EXPECT_TRUE(platform().log.empty());
 }
 

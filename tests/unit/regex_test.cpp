@@ -20,12 +20,14 @@ using kelvo::test::FailingMemory;
 
 constexpr int kFlags = KELVO_REGEX_EXTENDED | KELVO_REGEX_NOSUB;
 
-/// Whether a pattern compiles that uses what only a complete preparation provides, and matches.
+/// Whether texts of every length match that have limits of their own, which preparation makes.
 bool engine_is_complete() {
     kelvo_regex compiled{};
-    if (kelvo_regcomp(&compiled, "a(*FAIL)|b", kFlags) != 0) return false;
-    const bool matches = kelvo_regexec(&compiled, "b", 0, nullptr, 0) == 0 &&
-                         kelvo_regexec(&compiled, "a", 0, nullptr, 0) != 0;
+    if (kelvo_regcomp(&compiled, "a[bc]*$", kFlags) != 0) return false;
+    bool matches = kelvo_regexec(&compiled, "ax", 0, nullptr, 0) != 0;
+    for (std::string text = "a"; text.size() < 10000; text += text.substr(1) + "b") {
+        matches = matches && kelvo_regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
+    }
     kelvo_regfree(&compiled);
     return matches;
 }
@@ -95,13 +97,77 @@ TEST(Regex, PlacesAreReportedWhereTheyAreAskedFor) {
     EXPECT_EQ(matches[1].start, 2);
     EXPECT_EQ(matches[1].end, 4);
     EXPECT_EQ(matches[2].start, -1);
+    EXPECT_EQ(matches[2].end, -1);
     EXPECT_EQ(matches[3].start, 7);
     kelvo_regfree(&compiled);
 }
 
+TEST(Regex, PlacesThatThereAreNotBecomeNone) {
+    kelvo_regex compiled{};
+    ASSERT_EQ(kelvo_regcomp(&compiled, "b(c+)", KELVO_REGEX_EXTENDED), 0);
+    kelvo_regex_match matches[4] = {{7, 7}, {7, 7}, {7, 7}, {7, 7}};
+    EXPECT_EQ(kelvo_regexec(&compiled, "abccd", 4, matches, 0), 0);
+    EXPECT_EQ(matches[1].start, 2);
+    for (const int beyond : {2, 3}) {
+        EXPECT_EQ(matches[beyond].start, -1);
+        EXPECT_EQ(matches[beyond].end, -1);
+    }
+    EXPECT_EQ(kelvo_regexec(&compiled, "abd", 1, matches, 0), 1);
+    EXPECT_EQ(matches[0].start, -1);
+    EXPECT_EQ(matches[0].end, -1);
+    EXPECT_EQ(matches[1].start, 2);
+    kelvo_regfree(&compiled);
+}
+
+TEST(Regex, WithoutPlacesNoneAreWritten) {
+    kelvo_regex compiled{};
+    ASSERT_EQ(kelvo_regcomp(&compiled, "b(c+)", kFlags), 0);
+    kelvo_regex_match match = {7, 7};
+    EXPECT_EQ(kelvo_regexec(&compiled, "abccd", 1, &match, 0), 0);
+    EXPECT_EQ(kelvo_regexec(&compiled, "abd", 1, &match, 0), 1);
+    EXPECT_EQ(match.start, 7);
+    kelvo_regfree(&compiled);
+}
+
+TEST(Regex, PlacesForWhichThereIsNoMemoryAreLeftAlone) {
+    kelvo_regex compiled{};
+    ASSERT_EQ(kelvo_regcomp(&compiled, "b(c+)", KELVO_REGEX_EXTENDED), 0);
+    bool succeeded = false;
+    for (std::size_t failing = 0; !succeeded; ++failing) {
+        kelvo_regex_match matches[2] = {{7, 7}, {7, 7}};
+        int error;
+        long left;
+        {
+            const FailingMemory fail(failing);
+            error = kelvo_regexec(&compiled, "abccd", 2, matches, 0);
+            succeeded = FailingMemory::allocations() <= failing;
+            left = FailingMemory::outstanding();
+        }
+        EXPECT_EQ(error, succeeded ? 0 : 12) << failing;
+        EXPECT_EQ(matches[0].start, succeeded ? 1 : 7) << failing;
+        EXPECT_EQ(left, 0) << failing;
+    }
+    kelvo_regfree(&compiled);
+}
+
+TEST(Regex, TheEndsOfATextMayBeSaidNotToBeEndsOfALine) {
+    constexpr int kNotBeginning = 4;
+    constexpr int kNotEnd = 8;
+    kelvo_regex begins{};
+    kelvo_regex ends{};
+    ASSERT_EQ(kelvo_regcomp(&begins, "^a", kFlags), 0);
+    ASSERT_EQ(kelvo_regcomp(&ends, "a$", kFlags), 0);
+    EXPECT_EQ(kelvo_regexec(&begins, "a", 0, nullptr, kNotEnd), 0);
+    EXPECT_EQ(kelvo_regexec(&begins, "a", 0, nullptr, kNotBeginning), 1);
+    EXPECT_EQ(kelvo_regexec(&ends, "a", 0, nullptr, kNotBeginning), 0);
+    EXPECT_EQ(kelvo_regexec(&ends, "a", 0, nullptr, kNotEnd), 1);
+    kelvo_regfree(&begins);
+    kelvo_regfree(&ends);
+}
+
 TEST(Regex, ABadPatternLeavesNothingToRelease) {
-    for (const char* pattern : {"(", "[", ")", "x\\", "a(*NO_SUCH_NAME)"}) {
-        kelvo_regex compiled{&compiled, 7, 7};
+    for (const char* pattern : {"(", "[", ")", "x\\", "a(*FAIL)", "(?<=.*?.{0,50})"}) {
+        kelvo_regex compiled{&compiled, 7, 7, {7, 7, 7, 7}};
         EXPECT_NE(kelvo_regcomp(&compiled, pattern, kFlags), 0) << pattern;
         EXPECT_EQ(compiled.engine, nullptr) << pattern;
         kelvo_regfree(&compiled);
