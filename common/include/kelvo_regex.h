@@ -18,7 +18,8 @@
  *   the tree; quantifiers one upon the other; escapes of control characters nested more than 32
  *   deep; a nesting that calls of groups "\g<...>" make too deep, each of which may visit all of it
  *   once more. What is accepted compiles on a stack of 64 KiB.
- * - Refused are callouts, "(*...)" and "(?{...})", and "[:" in a class where no named class follows.
+ * - Refused are callouts, "(*...)" and "(?{...})", and "[:" in a class where no named class
+ *   follows.
  * - A match may give up only so many choices, fewer the longer the text is and the more often the
  *   pattern may go over it, and may stack only 20480 of them. One that comes to such a limit does
  *   not match. That keeps each match below about 5 milliseconds and 2 MiB.
@@ -67,8 +68,8 @@ KELVO_ASSERT_SIZE(kelvo_regex_match, 8);
  *                  to release after a failure
  * @param pattern   NUL-terminated text
  * @param flags     KELVO_REGEX_...
- * @return 0, or the engine's error number (not a ::kelvo_status); a pattern that is not given to the
- *         engine has that of a bad pattern, 2
+ * @return 0, or the engine's error number (not a ::kelvo_status); a pattern that is not given to
+ *         the engine has that of a bad pattern, 2
  */
 KELVO_API int kelvo_regcomp(kelvo_regex* compiled, const char* pattern, int flags);
 
