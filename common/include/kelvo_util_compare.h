@@ -79,8 +79,8 @@ KELVO_API char* kelvo_util_strtok(char* str, const char* delims, char** rest, ch
  * @param a                NUL-terminated text
  * @param b                NUL-terminated text
  * @param commas_separate  not 0 when "," separates tokens too
- * @return negative when `a` is first, positive when `b` is (not only -1 and 1), 0 when they are
- *         equal
+ * @return negative when `a` is first, positive when `b` is, 0 when they are equal; -1 and 1, except
+ *         where bytes decide: then their difference
  *
  * The names are left unchanged; a null one counts as empty. No allocation.
  */

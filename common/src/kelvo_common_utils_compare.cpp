@@ -71,15 +71,21 @@ struct Token {
     Token(const char* name, const char* delimiters)
         : text(name), chars(std::strcspn(name, delimiters)), delimiter(name[chars]) {}
 
+    [[nodiscard]] i32 byte(std::size_t at) const {
+        return at < chars ? static_cast<u8>(text[at]) : 0;
+    }
     [[nodiscard]] bool ends_name() const { return delimiter == '\0'; }
     [[nodiscard]] const char* after() const { return text + chars + 1; }
 };
 
-/// As strcmp() of the two texts.
+/// The difference of the first bytes that differ, as strcmp() of the two texts would tell it. A
+/// token that is over counts as NUL there.
 i32 compare_texts(const Token& a, const Token& b) {
-    if (const int order = std::memcmp(a.text, b.text, std::min(a.chars, b.chars))) return order;
-    if (a.chars == b.chars) return 0;
-    return a.chars < b.chars ? -1 : 1;
+    const std::size_t chars = std::max(a.chars, b.chars);
+    for (std::size_t i = 0; i < chars; ++i) {
+        if (const i32 order = a.byte(i) - b.byte(i)) return order;
+    }
+    return 0;
 }
 
 /// Order of two tokens at the same place; 0 when the next ones decide, or when there are none.

@@ -410,6 +410,25 @@ TEST(ItemNames, RandomNamesAgreeWithTheTokenizer) {
     EXPECT_GT(equal, 1000U);
 }
 
+TEST(ItemNames, BytesThatDifferGiveTheirDifference) {
+    const struct {
+        const char* a;
+        const char* b;
+        int order;
+    } rows[] = {
+        {"a", "z", 'a' - 'z'},       {"x/a\xC3", "x/aA", 0xC3 - 'A'},
+        {"ab/", "abc", -'c'},  // behind the token there is nothing
+        {"ab/", "abc/", -1},   // lengths alone, on the other hand
+        {"ad/z", "ab/a", 'd' - 'b'},
+    };
+    for (const auto& row : rows) {
+        std::string a = row.a;
+        std::string b = row.b;
+        EXPECT_EQ(kelvo_util_item_name_compare(a.data(), b.data(), 1), row.order) << a << " " << b;
+        EXPECT_EQ(kelvo_util_item_name_compare(b.data(), a.data(), 1), -row.order) << b << " " << a;
+    }
+}
+
 TEST(ItemNames, AnItemEqualsItself) {
     char name[] = "a/b,c/d";
     EXPECT_EQ(kelvo_util_item_name_compare(name, name, 1), 0);
