@@ -148,6 +148,10 @@ constexpr Kind kind_of(char effect) {
     }
 }
 
+constexpr bool sets_marks(Kind kind) {
+    return kind != Kind::plain && kind != Kind::options;
+}
+
 constexpr u32 nodes_of(Kind kind) {
     if (kind == Kind::absent) return kAbsentNodes;
     return kind == Kind::condition ? kConditionNodes : kGroupNodes;
@@ -192,6 +196,7 @@ class Guard {
                references_ * captures_ <= kMostReferences;
     }
 
+    [[nodiscard]] Polynomial steps() const;
     [[nodiscard]] RegexCost cost() const;
 
   private:
@@ -205,6 +210,7 @@ class Guard {
     bool open_group();
     bool open_effect();
     bool open_named();
+    void skip_name();
     bool open_options();
     bool push(Kind kind, bool free_spacing);
     bool close_group();
@@ -217,6 +223,9 @@ class Guard {
     bool skip_comment();
 
     Group& group() { return groups_[open_]; }
+    /// Where there is one call and nothing reads characters twice, the rounds of the call share
+    /// those of the text like a loop's.
+    [[nodiscard]] bool rounds_share() const { return calls_ == 1 && !repeats_; }
     static u32 height(const Group& group) { return group.nodes + (group.has_choice ? 1 : 0); }
     [[nodiscard]] bool fits(u32 nodes) const {
         return groups_[open_].nodes_above + nodes <= kMostNodes;
@@ -265,7 +274,7 @@ void Guard::leave_group() {
     end_branch();
     const Group inner = groups_[open_--];
     Steps steps = inner.branches;
-    steps.once.factors[0] += inner.kind == Kind::plain ? 1 : kMarkSteps;
+    steps.once.factors[0] += sets_marks(inner.kind) ? kMarkSteps : 1;
     if (inner.kind == Kind::look || inner.kind == Kind::absent) {
         steps.look();
         repeats_ = true;
@@ -307,8 +316,15 @@ bool Guard::open_named() {
         ++at_;
         return push(Kind::look, group().free_spacing);
     }
+    skip_name();
     ++captures_;
-    return push(Kind::plain, group().free_spacing);  // the name is read as if it were text
+    return push(Kind::plain, group().free_spacing);
+}
+
+/// A name, of which the "<" or "'" has been read.
+void Guard::skip_name() {
+    at_ += std::strcspn(at_, ">'");
+    if (*at_ != '\0') ++at_;
 }
 
 /// "(?i-m:...)" has options of its own; "(?i-m)" switches those of the rest of the group.
@@ -435,16 +451,18 @@ bool Guard::control(char c) {
 /// "\g<...>" or "\k<...>", of which the letter has been read.
 bool Guard::call_or_reference(char c) {
     if (*at_ != '<' && *at_ != '\'') return item(1, kTaking);
+    const char* const name = ++at_;
+    skip_name();
     if (c == 'g') {
         ++calls_;
         return item(1, kIdle);
     }
     ++references_;
-    // With a level of recursion ("\k<n+1>") the engine searches what it has stacked.
-    const char* name = at_ + 1;
-    if (is_one_of(*name, "+-")) ++name;  // counted from here
-    name += std::strcspn(name, "+->'");
-    if (is_one_of(*name, "+-")) nested_reference_ = true;
+    // With a level of recursion ("\k<n+1>") the engine searches what it has stacked. A sign at the
+    // very beginning ("\k<-1>") counts groups from here.
+    for (const char* at = name + 1; at < at_; ++at) {
+        if (is_one_of(*at, "+-")) nested_reference_ = true;
+    }
     return item(1, kComparing);
 }
 
@@ -500,16 +518,21 @@ bool Guard::sign(char c) {
     return true;
 }
 
-RegexCost Guard::cost() const {
+/// Of one run through the whole pattern.
+Polynomial Guard::steps() const {
     Polynomial total = groups_[0].branches.total();
     // A call may run the whole pattern again, and so may each of those that it comes to; they end
-    // when the match stack is full, on which each leaves entries. Where there is one call and
-    // nothing reads characters twice, the rounds of it share those of the text like a loop's.
-    if (calls_ > 1 || (calls_ == 1 && repeats_)) total *= kMostCalls;
+    // when the match stack is full, on which each leaves entries.
+    if (calls_ != 0 && !rounds_share()) total *= kMostCalls;
+    return total;
+}
+
+RegexCost Guard::cost() const {
+    const Polynomial total = steps();
     return {.once = rounded(total.factors[0]),
             .per_character = rounded(total.factors[1]),
             .per_pair = rounded(total.factors[2]),
-            .squared = nested_reference_ || (calls_ == 1 && !repeats_)};
+            .squared = nested_reference_ || (calls_ != 0 && rounds_share())};
 }
 
 }  // namespace
