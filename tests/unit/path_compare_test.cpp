@@ -419,8 +419,7 @@ TEST(ItemNames, BytesThatDifferGiveTheirDifference) {
         {"a", "z", 'a' - 'z'},       {"x/a\xC3", "x/aA", 0xC3 - 'A'},
         {"ab/", "abc", -'c'},  // behind the token there is nothing
         {"ab/", "abc/", -1},   // lengths alone, on the other hand
-        {"ad/z", "ab/a", 'd' - 'b'},
-        {"x/y", "x,y", -1},
+        {"ad/z", "ab/a", 'd' - 'b'}, {"x/y", "x,y", -1},
     };
     for (const auto& row : rows) {
         std::string a = row.a;
