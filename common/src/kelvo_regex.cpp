@@ -34,7 +34,7 @@ static_assert(sizeof(RegexCost) == sizeof kelvo_regex::cost);
 constexpr double kMostSteps = 1e6;
 constexpr double kMostWork = 6e5;
 // Few runs are as long as a run can be.
-constexpr double kStepsInOne = 4;
+constexpr double kStepsInOne = 2;
 
 // 32 bytes each, and as much again while the stack grows.
 constexpr unsigned kMostStacked = 20480;

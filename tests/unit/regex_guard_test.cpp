@@ -305,6 +305,7 @@ constexpr const char* kHostilePatterns[] = {
     "(?:(?:(?:(?:a|){1000}){1000}){1000})x",
     "(?(a)(?=a)){2212}",
     "((?:a|b){0,50}){0,50}c(?!\n)",
+    "(?:a|a)*?(?:(?=a)(?=a)){3000}b",
     "(?<n>(?=.\\g<n>?).\\g<n>?)",
     "(?<n>.\\g<n>?\\g<n>?)c(?!\n)",
     "(?<n>(?:a\\g<n>?){1,30})c(?!\n)",
@@ -330,6 +331,12 @@ TEST(RegexGuard, NotoriousPatternsEndSoon) {
         ASSERT_EQ(compiled.error(), 0) << pattern;
         for (const std::string& text : busy_texts()) expect_bounded(compiled, pattern, text);
     }
+}
+
+TEST(RegexGuard, AMatchThatOneRunWouldMakeTooLongIsNotBegun) {
+    const Compiled characters("x$");
+    EXPECT_EQ(characters.match(repeated("a", 400000) + "x"), 0);
+    EXPECT_EQ(characters.match(repeated("a", 4000000) + "x"), kNoMatch);
 }
 
 /// A random pattern of everything that makes compiling or matching dear.

@@ -28,13 +28,20 @@ bool engine_is_complete() {
     for (std::string text = "a"; text.size() < 10000; text += text.substr(1) + "b") {
         matches = matches && kelvo_regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
     }
+    const std::string longest = std::string(400000, 'x') + "a";
+    matches = matches && kelvo_regexec(&compiled, longest.c_str(), 0, nullptr, 0) == 0;
     kelvo_regfree(&compiled);
     return matches;
 }
 
+/// Blocks that the attempts may keep in all: the limits of matches once, and what the engine itself
+/// keeps of attempts that fail. Limits made anew each time would be many more.
+constexpr long kMostKept = 100;
+
 /// Lets each allocation of the first compilation fail in turn, in a process of its own because the
 /// engine is prepared once. @return 0 when every failure was answered and the engine is complete
 int run_preparation_under_failures() {
+    long kept = 0;
     for (std::size_t failing = 0;; ++failing) {
         kelvo_regex compiled{};
         bool reached;
@@ -43,11 +50,13 @@ int run_preparation_under_failures() {
             const FailingMemory fail(failing);
             error = kelvo_regcomp(&compiled, "b+", kFlags);
             reached = FailingMemory::allocations() > failing;
+            if (reached) kept += FailingMemory::outstanding();
         }
         if (reached && (error == 0 || compiled.engine != nullptr)) return 1;
         if (reached) continue;
         if (error != 0) return 2;
         kelvo_regfree(&compiled);
+        if (kept > kMostKept) return 4;
         return engine_is_complete() ? 0 : 3;
     }
 }
