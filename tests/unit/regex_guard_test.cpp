@@ -37,8 +37,7 @@ constexpr std::size_t kSmallStack = 512 * 1024;
 constexpr double kMostMilliseconds = 100;
 #else
 constexpr std::size_t kSmallStack = 64 * 1024;
-// Four times what a match may take on an idle machine: there are slower and busier ones.
-constexpr double kMostMilliseconds = 20;
+constexpr double kMostMilliseconds = 5;
 #endif
 
 constexpr int kFlags = KELVO_REGEX_EXTENDED | KELVO_REGEX_NOSUB;
