@@ -59,6 +59,7 @@ KELVO_API void kelvo_apply_bitmask_start(kelvo_apply_bitmask* mask);
  * Adds an entry at the end.
  * @param first   0 or 1
  * @param second  0 or 1
+ * @param mask    the mask
  * @return ::KELVO_ERR_NO_MEMORY, the entries being left as they are; 0
  *
  * Note: the values are not masked. The further bits of a larger value show up in entries added

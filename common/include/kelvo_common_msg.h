@@ -66,8 +66,8 @@ KELVO_ASSERT_SIZE(kelvo_msg_header, 40);
  * the length as `uint32_t *` and expect 8 bytes there.
  */
 typedef struct kelvo_length_cell {
-    uint32_t length;
-    uint32_t fill;
+    uint32_t length; /**< the length or count */
+    uint32_t fill;   /**< 0, and ignored */
 } kelvo_length_cell;
 
 KELVO_ASSERT_SIZE(kelvo_length_cell, 8);

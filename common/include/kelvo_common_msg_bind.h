@@ -24,10 +24,10 @@ KELVO_EXTERN_C_BEGIN
 
 /** Fixed part of a bind. */
 typedef struct kelvo_msg_bind {
-    kelvo_msg_header header;
-    uint32_t version;       /**< ::KELVO_BIND_VERSION */
-    uint32_t reserved;      /**< 0 */
-    uint32_t parameters[8]; /**< bind parameters 1 to 8 */
+    kelvo_msg_header header; /**< the common header */
+    uint32_t version;        /**< ::KELVO_BIND_VERSION */
+    uint32_t reserved;       /**< 0 */
+    uint32_t parameters[8];  /**< bind parameters 1 to 8 */
 } kelvo_msg_bind;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_bind, version, 40);
@@ -40,13 +40,20 @@ KELVO_ASSERT_SIZE(kelvo_msg_bind, 80);
  * string, fill. Header area, cells and strings must stay as they are until the list has been sent.
  * Nothing is tested and nothing can fail.
  *
- * @param header          the caller's header area of 80 bytes (::kelvo_msg_bind)
- * @param first_len_slot  8-byte cell for the length of the first string
- * @param first_string    NUL-terminated text
- * @param p1 to p8        bind parameters
- * @param second_len_slot 8-byte cell for the length of the second string
- * @param second_string   NUL-terminated text
- * @param gather          receives 7 slots
+ * @param header           the caller's header area of 80 bytes (::kelvo_msg_bind)
+ * @param first_len_slot   8-byte cell for the length of the first string
+ * @param first_string     NUL-terminated text
+ * @param p1               bind parameter 1
+ * @param p2               bind parameter 2
+ * @param p3               bind parameter 3
+ * @param p4               bind parameter 4
+ * @param p5               bind parameter 5
+ * @param p6               bind parameter 6
+ * @param p7               bind parameter 7
+ * @param p8               bind parameter 8
+ * @param second_len_slot  8-byte cell for the length of the second string
+ * @param second_string    NUL-terminated text
+ * @param gather           receives 7 slots
  */
 KELVO_API void kelvo_common_msg_bind_compose(void* header, uint32_t* first_len_slot,
                                              const char* first_string, uint32_t p1, uint32_t p2,
@@ -60,11 +67,22 @@ KELVO_API void kelvo_common_msg_unbind_compose(void* header);
 /**
  * Converts a received bind in place from network order, checks it and hands out its fields.
  *
- * @param msg     the message; the strings handed out point into it
- * @param length  its length in bytes
+ * @param msg                the message; the strings handed out point into it
+ * @param length             its length in bytes
+ * @param version_out        receives the protocol version
+ * @param reserved_out       receives the reserved word
+ * @param p1_out             receives bind parameter 1
+ * @param first_string_out   receives the first string
+ * @param p2_out             receives bind parameter 2
+ * @param p3_out             receives bind parameter 3
+ * @param p4_out             receives bind parameter 4
+ * @param p5_out             receives bind parameter 5; may be null
+ * @param p6_out             receives bind parameter 6
+ * @param second_string_out  receives the second string
+ * @param p7_out             receives bind parameter 7; may be null
+ * @param p8_out             receives bind parameter 8; may be null
  *
- * p5_out, p7_out and p8_out may be null: that field is then not handed out. Every other output must
- * not be null. Mind their order: the strings stand among the parameters as shown.
+ * Mind their order: the strings stand among the parameters as shown.
  *
  * Steps, in this order:
  *

@@ -40,7 +40,7 @@ KELVO_EXTERN_C_BEGIN
 
 /** Fixed part of a bulk request. */
 typedef struct kelvo_msg_bulk {
-    kelvo_msg_header header;
+    kelvo_msg_header header;   /**< the common header */
     uint32_t word1;            /**< bulk word 1 */
     uint32_t word2;            /**< bulk word 2 */
     uint32_t count;            /**< number of items */
@@ -75,13 +75,13 @@ KELVO_ASSERT_SIZE(kelvo_msg_bulk_item, 16);
 
 /** Fixed part of a bulk reply. */
 typedef struct kelvo_rply_bulk {
-    uint32_t leading[4];
-    uint32_t word1; /**< reply word 1 */
-    uint32_t word2; /**< reply word 2 */
-    uint32_t untouched;
-    uint32_t word3; /**< reply word 3, never converted */
-    uint32_t word4; /**< reply word 4, never converted */
-    uint32_t untouched2;
+    uint32_t leading[4]; /**< neither read nor converted */
+    uint32_t word1;      /**< reply word 1 */
+    uint32_t word2;      /**< reply word 2 */
+    uint32_t untouched;  /**< neither read nor converted */
+    uint32_t word3;      /**< reply word 3, never converted */
+    uint32_t word4;      /**< reply word 4, never converted */
+    uint32_t untouched2; /**< neither read nor converted */
 } kelvo_rply_bulk;
 
 KELVO_ASSERT_OFFSET(kelvo_rply_bulk, word1, 16);
@@ -116,8 +116,8 @@ KELVO_ASSERT_SIZE(kelvo_rply_bulk_item, 16);
  * belong to the caller (builder), or lie in the message (reader).
  */
 typedef struct kelvo_bulk_item {
-    uint32_t operation;
-    uint32_t word2;
+    uint32_t operation;       /**< what to do */
+    uint32_t word2;           /**< passed through */
     uint32_t type;            /**< value type of the data */
     const char* name;         /**< NUL-terminated */
     const void* data;         /**< data of every operation except 2; null when there is none */
@@ -126,7 +126,7 @@ typedef struct kelvo_bulk_item {
     uint32_t op2_data_length; /**< its length in bytes */
     uint32_t op2_type;        /**< builder: when not 0, the type sent with operation 2 instead of
                                    `type`; the reader always leaves 0 here */
-    uint32_t word4;
+    uint32_t word4;           /**< passed through */
 } kelvo_bulk_item;
 
 KELVO_ASSERT_OFFSET(kelvo_bulk_item, operation, 0);
@@ -143,10 +143,10 @@ KELVO_ASSERT_SIZE(kelvo_bulk_item, 64);
 
 /** One item of a bulk reply, as the reader fills it. Texts and data lie in the message. */
 typedef struct kelvo_bulk_reply_item {
-    uint32_t word1;
-    uint32_t type; /**< value type of the data */
-    uint32_t word3;
-    uint32_t word4;
+    uint32_t word1;       /**< passed through */
+    uint32_t type;        /**< value type of the data */
+    uint32_t word3;       /**< passed through */
+    uint32_t word4;       /**< passed through */
     const char* name;     /**< NUL-terminated */
     const void* data;     /**< null when the length is 0 */
     uint64_t data_length; /**< in bytes */

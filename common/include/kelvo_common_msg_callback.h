@@ -37,12 +37,12 @@ KELVO_EXTERN_C_BEGIN
 
 /** Fixed part of an apply reply. Two masks follow, each of one bit per item in 32-bit words. */
 typedef struct kelvo_rply_cb_apply {
-    uint32_t transport[7];
-    uint32_t word1;
-    uint32_t word2;
-    uint32_t bits; /**< bits in each mask */
-    uint32_t word3;
-    uint32_t word4;
+    uint32_t transport[7]; /**< the transport's */
+    uint32_t word1;        /**< passed through */
+    uint32_t word2;        /**< passed through */
+    uint32_t bits;         /**< bits in each mask */
+    uint32_t word3;        /**< passed through */
+    uint32_t word4;        /**< passed through */
 } kelvo_rply_cb_apply;
 
 KELVO_ASSERT_OFFSET(kelvo_rply_cb_apply, word1, 28);
@@ -54,12 +54,12 @@ KELVO_ASSERT_SIZE(kelvo_rply_cb_apply, 48);
 
 /** Fixed part of a verify reply. */
 typedef struct kelvo_rply_cb_verify {
-    uint32_t transport[7];
-    uint32_t word1;
-    uint32_t word2;
-    uint32_t count;       /**< number of entries */
-    uint32_t unconverted; /**< not converted */
-    uint32_t words[4];
+    uint32_t transport[7]; /**< the transport's */
+    uint32_t word1;        /**< passed through */
+    uint32_t word2;        /**< passed through */
+    uint32_t count;        /**< number of entries */
+    uint32_t unconverted;  /**< not converted */
+    uint32_t words[4];     /**< passed through */
     uint32_t unconverted2; /**< not converted */
 } kelvo_rply_cb_verify;
 
@@ -73,10 +73,10 @@ KELVO_ASSERT_SIZE(kelvo_rply_cb_verify, 64);
 
 /** Leading part of a verify entry. The path and two counted values follow. */
 typedef struct kelvo_cb_verify_entry {
-    uint32_t word1;
-    uint32_t word2;
-    uint32_t type; /**< ::kelvo_value_type of both values */
-    uint32_t word3;
+    uint32_t word1;         /**< passed through */
+    uint32_t word2;         /**< passed through */
+    uint32_t type;          /**< ::kelvo_value_type of both values */
+    uint32_t word3;         /**< passed through */
     kelvo_length_cell path; /**< length of the path */
 } kelvo_cb_verify_entry;
 
@@ -89,12 +89,12 @@ KELVO_ASSERT_SIZE(kelvo_cb_verify_entry, 24);
 
 /** Fixed part of a verifier error set. */
 typedef struct kelvo_msg_errorset {
-    kelvo_msg_header header;
+    kelvo_msg_header header; /**< the common header */
     uint32_t unconverted[2]; /**< not converted */
-    uint32_t word1;
-    uint32_t count; /**< number of entries */
-    uint32_t word2;
-    uint32_t unconverted2; /**< not converted */
+    uint32_t word1;          /**< passed through */
+    uint32_t count;          /**< number of entries */
+    uint32_t word2;          /**< passed through */
+    uint32_t unconverted2;   /**< not converted */
 } kelvo_msg_errorset;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_errorset, unconverted, 40);
@@ -106,8 +106,8 @@ KELVO_ASSERT_SIZE(kelvo_msg_errorset, 64);
 
 /** Leading part of an error-set entry. The data follows. */
 typedef struct kelvo_errorset_entry {
-    uint32_t word1;
-    uint32_t word2;
+    uint32_t word1;          /**< passed through */
+    uint32_t word2;          /**< passed through */
     uint32_t unconverted[2]; /**< not converted */
     kelvo_length_cell data;  /**< length of the data */
 } kelvo_errorset_entry;
@@ -120,7 +120,7 @@ KELVO_ASSERT_SIZE(kelvo_errorset_entry, 24);
 
 /** Fixed part of a state-machine callback response. */
 typedef struct kelvo_msg_sm_cb_response {
-    kelvo_msg_header header;
+    kelvo_msg_header header;   /**< the common header */
     uint32_t unconverted[2];   /**< not converted */
     kelvo_length_cell entries; /**< number of entries; the fill is not converted */
 } kelvo_msg_sm_cb_response;
@@ -131,17 +131,17 @@ KELVO_ASSERT_SIZE(kelvo_msg_sm_cb_response, 56);
 
 /** Entry of a state-machine callback response: 12 bytes, no fill. */
 typedef struct kelvo_sm_cb_entry {
-    uint32_t words[3];
+    uint32_t words[3]; /**< passed through */
 } kelvo_sm_cb_entry;
 
 KELVO_ASSERT_SIZE(kelvo_sm_cb_entry, 12);
 
 /** Fixed part of an smset reply. */
 typedef struct kelvo_rply_smset {
-    uint32_t transport[7];
-    uint32_t count; /**< number of entries */
-    uint32_t word;
-    uint32_t unconverted; /**< not converted */
+    uint32_t transport[7]; /**< the transport's */
+    uint32_t count;        /**< number of entries */
+    uint32_t word;         /**< passed through */
+    uint32_t unconverted;  /**< not converted */
 } kelvo_rply_smset;
 
 KELVO_ASSERT_OFFSET(kelvo_rply_smset, count, 28);
@@ -151,8 +151,8 @@ KELVO_ASSERT_SIZE(kelvo_rply_smset, 40);
 
 /** Leading part of an smset entry. The data follows. */
 typedef struct kelvo_smset_entry {
-    uint32_t word1;
-    uint32_t word2;
+    uint32_t word1;         /**< passed through */
+    uint32_t word2;         /**< passed through */
     kelvo_length_cell data; /**< length of the data */
 } kelvo_smset_entry;
 

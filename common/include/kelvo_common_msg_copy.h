@@ -21,9 +21,9 @@ KELVO_EXTERN_C_BEGIN
 
 /** Fixed part of a copy. */
 typedef struct kelvo_msg_copy {
-    kelvo_msg_header header;
-    uint32_t argument; /**< copy argument */
-    uint32_t fill;     /**< the caller's; neither written nor converted */
+    kelvo_msg_header header; /**< the common header */
+    uint32_t argument;       /**< copy argument */
+    uint32_t fill;           /**< the caller's; neither written nor converted */
 } kelvo_msg_copy;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_copy, argument, 40);

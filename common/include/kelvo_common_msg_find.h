@@ -27,17 +27,17 @@ KELVO_EXTERN_C_BEGIN
 
 /** Fixed part of a find. */
 typedef struct kelvo_msg_find {
-    kelvo_msg_header header;
-    uint32_t word1;
-    uint32_t value1[2]; /**< a 64-bit value as it lies in the sender's memory */
-    uint32_t value2[2]; /**< likewise */
-    uint32_t word2;
-    uint32_t word3; /**< carried, but handed out by no reader */
-    uint32_t word4;
-    uint32_t word5;
-    uint32_t word6;
-    uint32_t word7;
-    uint32_t fill; /**< the caller's; neither written nor converted */
+    kelvo_msg_header header; /**< the common header */
+    uint32_t word1;          /**< passed through */
+    uint32_t value1[2];      /**< a 64-bit value as it lies in the sender's memory */
+    uint32_t value2[2];      /**< likewise */
+    uint32_t word2;          /**< passed through */
+    uint32_t word3;          /**< carried, but handed out by no reader */
+    uint32_t word4;          /**< passed through */
+    uint32_t word5;          /**< passed through */
+    uint32_t word6;          /**< passed through */
+    uint32_t word7;          /**< passed through */
+    uint32_t fill;           /**< the caller's; neither written nor converted */
 } kelvo_msg_find;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_find, word1, 40);
@@ -54,9 +54,9 @@ KELVO_ASSERT_SIZE(kelvo_msg_find, 88);
 
 /** Fixed part of a group find. */
 typedef struct kelvo_msg_find_group {
-    kelvo_msg_header header;
-    uint32_t group; /**< group word */
-    uint32_t fill;  /**< the caller's; neither written nor converted */
+    kelvo_msg_header header; /**< the common header */
+    uint32_t group;          /**< group word */
+    uint32_t fill;           /**< the caller's; neither written nor converted */
 } kelvo_msg_find_group;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_find_group, group, 40);
@@ -65,8 +65,8 @@ KELVO_ASSERT_SIZE(kelvo_msg_find_group, 48);
 
 /** What a group-find reply begins with. */
 typedef struct kelvo_rply_find_group {
-    uint32_t transport[4];
-    uint32_t word; /**< reply word, converted but not checked */
+    uint32_t transport[4]; /**< the transport's */
+    uint32_t word;         /**< reply word, converted but not checked */
 } kelvo_rply_find_group;
 
 KELVO_ASSERT_OFFSET(kelvo_rply_find_group, word, 16);
@@ -99,7 +99,12 @@ KELVO_API void kelvo_common_msg_find_compose(void* header, uint32_t* first_len_s
  * Composes a group find in 4 slots: header, length, string, fill. The header area takes 48 bytes
  * (::kelvo_msg_find_group).
  *
- * @param ag  not 0: type 67 ("AG"); 0: type 68 ("AH")
+ * @param header      the caller's header area of 48 bytes
+ * @param len_slot    8-byte cell for the length of the string
+ * @param string      NUL-terminated text
+ * @param group_word  group word
+ * @param gather      receives 4 slots
+ * @param ag          not 0: type 67 ("AG"); 0: type 68 ("AH")
  */
 KELVO_API void kelvo_common_msg_find_grp_ag_ah_compose(void* header, uint32_t* len_slot,
                                                        const char* string, uint32_t group_word,

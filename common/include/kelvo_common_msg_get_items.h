@@ -21,9 +21,9 @@ KELVO_EXTERN_C_BEGIN
 
 /** Fixed part of a get-items. */
 typedef struct kelvo_msg_get_items {
-    kelvo_msg_header header;
-    uint32_t count;    /**< number of names */
-    uint32_t argument; /**< request argument */
+    kelvo_msg_header header; /**< the common header */
+    uint32_t count;          /**< number of names */
+    uint32_t argument;       /**< request argument */
 } kelvo_msg_get_items;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_get_items, count, 40);

@@ -34,7 +34,7 @@ KELVO_EXTERN_C_BEGIN
 
 /** Fixed part of get, set, create and delete. */
 typedef struct kelvo_msg_item_request {
-    kelvo_msg_header header;
+    kelvo_msg_header header; /**< the common header */
     uint32_t reserved;       /**< 0 */
     uint32_t argument;       /**< request argument */
     kelvo_length_cell names; /**< name-set count, always 1 */
@@ -51,10 +51,10 @@ KELVO_ASSERT_SIZE(kelvo_msg_item_request, 72);
 
 /** Fixed part of verify. */
 typedef struct kelvo_msg_item_verify {
-    kelvo_msg_header header;
-    uint32_t type;          /**< value type */
-    uint32_t argument;      /**< request argument */
-    kelvo_length_cell path; /**< length of the path with its NUL */
+    kelvo_msg_header header; /**< the common header */
+    uint32_t type;           /**< value type */
+    uint32_t argument;       /**< request argument */
+    kelvo_length_cell path;  /**< length of the path with its NUL */
 } kelvo_msg_item_verify;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_item_verify, type, 40);
@@ -64,13 +64,13 @@ KELVO_ASSERT_SIZE(kelvo_msg_item_verify, 56);
 
 /** Fixed part of the get reply. */
 typedef struct kelvo_rply_item_get {
-    uint32_t transport[4];
-    uint32_t word; /**< reply word, converted but not checked */
-    uint32_t transport2;
-    uint32_t result; /**< result status, 0 for success */
-    uint32_t type;   /**< value type */
-    uint32_t length; /**< length of the value */
-    uint32_t untouched;
+    uint32_t transport[4]; /**< the transport's */
+    uint32_t word;         /**< reply word, converted but not checked */
+    uint32_t transport2;   /**< the transport's */
+    uint32_t result;       /**< result status, 0 for success */
+    uint32_t type;         /**< value type */
+    uint32_t length;       /**< length of the value */
+    uint32_t untouched;    /**< neither read nor converted */
 } kelvo_rply_item_get;
 
 KELVO_ASSERT_OFFSET(kelvo_rply_item_get, word, 16);
@@ -118,8 +118,17 @@ KELVO_API uint32_t kelvo_lib_msg_item_get_inh_compose(void* header, uint32_t* co
  * Composes an item set (type 4) in 9 slots: header, count, type, name length, path, fill, value
  * length, value, fill.
  *
- * @param value      the value; may be null when value_len is 0
- * @param value_len  its length in bytes; for an integer type at least the type's width
+ * @param header            the caller's header area
+ * @param count_cell        8-byte cell for the count
+ * @param type_cell         8-byte cell for the value type
+ * @param name_len_cell     8-byte cell for the length of the path
+ * @param value_len_cell    8-byte cell for the length of the value
+ * @param path              NUL-terminated path
+ * @param value_type        ::kelvo_value_type of the value
+ * @param value             the value; may be null when value_len is 0
+ * @param value_len         its length in bytes; for an integer type at least the type's width
+ * @param request_argument  request argument
+ * @param list              receives 9 slots
  * @return 1 when the value was converted, 0 when it travels as it is
  *
  * Note: a value of an integer type is converted to network order in the caller's own buffer.

@@ -35,12 +35,12 @@ KELVO_EXTERN_C_BEGIN
 /** Fixed part of a list or data-list request. */
 typedef struct kelvo_msg_list {
     kelvo_msg_header header; /**< its conversion marker says whether the rest is in host order */
-    uint32_t word1;
-    uint32_t value1[2]; /**< a 64-bit value as it lies in the sender's memory */
-    uint32_t value2[2]; /**< likewise */
-    uint32_t word2;
-    uint32_t word3; /**< carried, but handed out by no reader */
-    uint32_t word4;
+    uint32_t word1;          /**< passed through */
+    uint32_t value1[2];      /**< a 64-bit value as it lies in the sender's memory */
+    uint32_t value2[2];      /**< likewise */
+    uint32_t word2;          /**< passed through */
+    uint32_t word3;          /**< carried, but handed out by no reader */
+    uint32_t word4;          /**< passed through */
 } kelvo_msg_list;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_list, word1, 40);
@@ -53,9 +53,9 @@ KELVO_ASSERT_SIZE(kelvo_msg_list, 72);
 
 /** What a list or data-list reply begins with. */
 typedef struct kelvo_rply_list {
-    uint32_t transport[4];
-    uint32_t groups; /**< number of groups */
-    uint32_t transport2;
+    uint32_t transport[4]; /**< the transport's */
+    uint32_t groups;       /**< number of groups */
+    uint32_t transport2;   /**< the transport's */
 } kelvo_rply_list;
 
 KELVO_ASSERT_OFFSET(kelvo_rply_list, groups, 16);
@@ -65,10 +65,10 @@ KELVO_ASSERT_SIZE(kelvo_rply_list, 24);
 typedef struct kelvo_rply_list_group {
     uint32_t value1[2]; /**< a 64-bit value as it lies in the sender's memory */
     uint32_t value2[2]; /**< likewise */
-    uint32_t word1;
-    uint32_t entries; /**< number of entries in the group */
-    uint32_t word2;
-    uint32_t word3;
+    uint32_t word1;     /**< passed through */
+    uint32_t entries;   /**< number of entries in the group */
+    uint32_t word2;     /**< passed through */
+    uint32_t word3;     /**< passed through */
 } kelvo_rply_list_group;
 
 KELVO_ASSERT_OFFSET(kelvo_rply_list_group, value1, 0);
@@ -81,8 +81,8 @@ KELVO_ASSERT_SIZE(kelvo_rply_list_group, 32);
 
 /** What an entry of a list reply begins with. */
 typedef struct kelvo_rply_list_entry {
-    uint32_t word1;
-    uint32_t word2;
+    uint32_t word1;         /**< passed through */
+    uint32_t word2;         /**< passed through */
     kelvo_length_cell name; /**< length of the name with its NUL */
 } kelvo_rply_list_entry;
 
@@ -93,8 +93,8 @@ KELVO_ASSERT_SIZE(kelvo_rply_list_entry, 16);
 
 /** What an entry of a data-list reply begins with. */
 typedef struct kelvo_rply_datalist_entry {
-    uint32_t type; /**< value type of both values, see ::kelvo_value_type */
-    uint32_t word2;
+    uint32_t type;          /**< value type of both values, see ::kelvo_value_type */
+    uint32_t word2;         /**< passed through */
     kelvo_length_cell name; /**< length of the name with its NUL */
 } kelvo_rply_datalist_entry;
 

@@ -49,13 +49,13 @@ KELVO_EXTERN_C_BEGIN
 
 /** Fixed part of an NFN registration. */
 typedef struct kelvo_msg_nfn_reg {
-    kelvo_msg_header header;
-    uint32_t registration_id; /**< what the unregistration will carry */
-    uint32_t second_word;     /**< converted, not handed out */
-    uint8_t client_block[KELVO_CLIENT_BLOCK_BYTES];
-    uint32_t parameter;
-    uint32_t unused;        /**< not converted */
-    kelvo_length_cell path; /**< length of the path with its NUL */
+    kelvo_msg_header header;                        /**< the common header */
+    uint32_t registration_id;                       /**< what the unregistration will carry */
+    uint32_t second_word;                           /**< converted, not handed out */
+    uint8_t client_block[KELVO_CLIENT_BLOCK_BYTES]; /**< the client's, as it came */
+    uint32_t parameter;                             /**< passed through */
+    uint32_t unused;                                /**< not converted */
+    kelvo_length_cell path;                         /**< length of the path with its NUL */
 } kelvo_msg_nfn_reg;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_nfn_reg, registration_id, 40);
@@ -68,16 +68,16 @@ KELVO_ASSERT_SIZE(kelvo_msg_nfn_reg, 128);
 
 /** Fixed part of a VRFN registration. */
 typedef struct kelvo_msg_vrfn_reg {
-    kelvo_msg_header header;
-    uint32_t registration_id; /**< what the unregistration will carry */
-    uint32_t w2;
-    uint8_t client_block[KELVO_CLIENT_BLOCK_BYTES];
-    uint32_t w3;
-    uint32_t w4;
-    uint32_t w5;
-    uint32_t w6;
-    uint32_t count; /**< number of paths, at least 1 */
-    uint32_t w7;
+    kelvo_msg_header header;                        /**< the common header */
+    uint32_t registration_id;                       /**< what the unregistration will carry */
+    uint32_t w2;                                    /**< passed through */
+    uint8_t client_block[KELVO_CLIENT_BLOCK_BYTES]; /**< the client's, as it came */
+    uint32_t w3;                                    /**< passed through */
+    uint32_t w4;                                    /**< passed through */
+    uint32_t w5;                                    /**< passed through */
+    uint32_t w6;                                    /**< passed through */
+    uint32_t count;                                 /**< number of paths, at least 1 */
+    uint32_t w7;                                    /**< passed through */
 } kelvo_msg_vrfn_reg;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_vrfn_reg, registration_id, 40);
@@ -93,13 +93,13 @@ KELVO_ASSERT_SIZE(kelvo_msg_vrfn_reg, 136);
 
 /** Fixed part of a VS registration. */
 typedef struct kelvo_msg_vs_reg {
-    kelvo_msg_header header;
-    uint32_t registration_id; /**< what the unregistration will carry */
-    uint32_t unused;          /**< neither read nor converted */
-    uint8_t client_block[KELVO_CLIENT_BLOCK_BYTES];
-    uint32_t parameter;
-    uint32_t unused2;       /**< neither read nor converted */
-    kelvo_length_cell path; /**< length of the path with its NUL */
+    kelvo_msg_header header;                        /**< the common header */
+    uint32_t registration_id;                       /**< what the unregistration will carry */
+    uint32_t unused;                                /**< neither read nor converted */
+    uint8_t client_block[KELVO_CLIENT_BLOCK_BYTES]; /**< the client's, as it came */
+    uint32_t parameter;                             /**< passed through */
+    uint32_t unused2;                               /**< neither read nor converted */
+    kelvo_length_cell path;                         /**< length of the path with its NUL */
 } kelvo_msg_vs_reg;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_vs_reg, registration_id, 40);
@@ -112,11 +112,11 @@ KELVO_ASSERT_SIZE(kelvo_msg_vs_reg, 128);
 
 /** Fixed part of an EDMS registration. */
 typedef struct kelvo_msg_edms_reg {
-    kelvo_msg_header header;
-    uint8_t client_block[KELVO_CLIENT_BLOCK_BYTES];
-    uint32_t parameter;
-    uint32_t unused;        /**< neither read nor converted */
-    kelvo_length_cell path; /**< length of the path with its NUL */
+    kelvo_msg_header header;                        /**< the common header */
+    uint8_t client_block[KELVO_CLIENT_BLOCK_BYTES]; /**< the client's, as it came */
+    uint32_t parameter;                             /**< passed through */
+    uint32_t unused;                                /**< neither read nor converted */
+    kelvo_length_cell path;                         /**< length of the path with its NUL */
 } kelvo_msg_edms_reg;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_edms_reg, client_block, 40);
@@ -127,15 +127,15 @@ KELVO_ASSERT_SIZE(kelvo_msg_edms_reg, 120);
 
 /** Fixed part of an EDM registration. */
 typedef struct kelvo_msg_edm_reg {
-    kelvo_msg_header header;
-    uint8_t client_block[KELVO_CLIENT_BLOCK_BYTES];
-    uint32_t w1;
-    uint32_t w2;
-    uint32_t w3;
-    uint32_t w4;
-    uint32_t w5;
-    uint32_t unused;         /**< not converted */
-    kelvo_length_cell first; /**< length of the first string with its NUL */
+    kelvo_msg_header header;                        /**< the common header */
+    uint8_t client_block[KELVO_CLIENT_BLOCK_BYTES]; /**< the client's, as it came */
+    uint32_t w1;                                    /**< passed through */
+    uint32_t w2;                                    /**< passed through */
+    uint32_t w3;                                    /**< passed through */
+    uint32_t w4;                                    /**< passed through */
+    uint32_t w5;                                    /**< passed through */
+    uint32_t unused;                                /**< not converted */
+    kelvo_length_cell first;                        /**< length of the first string with its NUL */
 } kelvo_msg_edm_reg;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_edm_reg, client_block, 40);
@@ -150,8 +150,8 @@ KELVO_ASSERT_SIZE(kelvo_msg_edm_reg, 136);
 
 /** NFN, VRFN and EDM unregistration. */
 typedef struct kelvo_msg_unreg {
-    kelvo_msg_header header;
-    uint32_t registration_id;
+    kelvo_msg_header header;  /**< the common header */
+    uint32_t registration_id; /**< what the registration carried */
 } kelvo_msg_unreg;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_unreg, registration_id, 40);
@@ -159,10 +159,10 @@ KELVO_ASSERT_SIZE(kelvo_msg_unreg, 44);
 
 /** Fixed part of a VS or EDMS unregistration. */
 typedef struct kelvo_msg_startup_unreg {
-    kelvo_msg_header header;
-    uint32_t registration_id;
-    uint32_t unused;         /**< not read */
-    kelvo_length_cell pairs; /**< number of startup pairs, may be 0 */
+    kelvo_msg_header header;  /**< the common header */
+    uint32_t registration_id; /**< what the registration carried */
+    uint32_t unused;          /**< not read */
+    kelvo_length_cell pairs;  /**< number of startup pairs, may be 0 */
 } kelvo_msg_startup_unreg;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_startup_unreg, registration_id, 40);
@@ -172,9 +172,9 @@ KELVO_ASSERT_SIZE(kelvo_msg_startup_unreg, 56);
 
 /** Fixed part of a registration activate. */
 typedef struct kelvo_msg_reg_activate {
-    kelvo_msg_header header;
-    uint32_t w1;
-    uint32_t w2;
+    kelvo_msg_header header;   /**< the common header */
+    uint32_t w1;               /**< passed through */
+    uint32_t w2;               /**< passed through */
     kelvo_length_cell entries; /**< number of entries; the fill is not converted */
 } kelvo_msg_reg_activate;
 
@@ -185,9 +185,9 @@ KELVO_ASSERT_SIZE(kelvo_msg_reg_activate, 56);
 
 /** Fixed part of a configuration-group request, in host order when it is interpreted. */
 typedef struct kelvo_msg_cfg_grp {
-    kelvo_msg_header header;
-    uint32_t w1;
-    uint32_t count; /**< number of group names */
+    kelvo_msg_header header; /**< the common header */
+    uint32_t w1;             /**< passed through */
+    uint32_t count;          /**< number of group names */
 } kelvo_msg_cfg_grp;
 
 KELVO_ASSERT_OFFSET(kelvo_msg_cfg_grp, w1, 40);

@@ -24,7 +24,7 @@ KELVO_EXTERN_C_BEGIN
 
 /** A transaction start. */
 typedef struct kelvo_msg_transaction_start {
-    kelvo_msg_header header;
+    kelvo_msg_header header; /**< the common header */
     uint32_t first[2];  /**< first transaction word, 64 bits as they lie in the sender's memory */
     uint32_t second[2]; /**< second transaction word, likewise */
     uint32_t options;   /**< transaction options */

@@ -94,10 +94,12 @@ KELVO_EXTERN_C_BEGIN
 
 /** Message types, as they stand in kelvo_msg_header::type. */
 typedef enum kelvo_msg_type {
+/** @cond */
 #define KELVO_MSG_TYPE_ENUMERATOR(number, name, tag, description) KELVO_MSG_##name = (number),
     KELVO_MSG_TYPE_LIST(KELVO_MSG_TYPE_ENUMERATOR)
 #undef KELVO_MSG_TYPE_ENUMERATOR
-        KELVO_MSG_TYPE_COUNT = 72
+    /** @endcond */
+    KELVO_MSG_TYPE_COUNT = 72
 } kelvo_msg_type;
 
 /**

@@ -42,8 +42,8 @@ KELVO_ASSERT_OFFSET(kelvo_startup_list, next, sizeof(void*) == 8 ? 16 : 12);
 
 /** A pair as it travels. */
 typedef struct kelvo_startup_pair {
-    uint32_t job_id;
-    uint32_t node_id;
+    uint32_t job_id;  /**< job */
+    uint32_t node_id; /**< node, or ::KELVO_NODEID_INVALID for any */
 } kelvo_startup_pair;
 
 KELVO_ASSERT_OFFSET(kelvo_startup_pair, job_id, 0);
@@ -54,6 +54,8 @@ KELVO_ASSERT_SIZE(kelvo_startup_pair, 8);
  * Adds a pair as the new first entry.
  *
  * @param list_handle  the list, which may be empty
+ * @param job_id       job
+ * @param node_id      node, or ::KELVO_NODEID_INVALID for any
  *
  * Assertion: "list_handle != ((void *)0)".
  *
@@ -71,6 +73,7 @@ KELVO_API kelvo_status kelvo_common_startup_list_add(kelvo_startup_list** list_h
  * one left makes the list empty.
  *
  * @param list_handle  the list, not empty
+ * @param job_id       job
  * @param node_id      node, or ::KELVO_NODEID_INVALID for any
  *
  * Assertion: "list_handle != ((void *)0) && *list_handle != ((void *)0)".
@@ -84,6 +87,7 @@ KELVO_API kelvo_status kelvo_common_startup_list_remove(kelvo_startup_list** lis
  * Says whether an entry matches.
  *
  * @param list_handle  the list's first entry. Note: an empty list must not be asked
+ * @param job_id       job
  * @param node_id      node, or ::KELVO_NODEID_INVALID for any
  * @param contains     receives 1 or 0
  *
@@ -108,6 +112,8 @@ KELVO_API uint32_t kelvo_common_startup_list_get(const kelvo_startup_list* list_
  * list pointer.
  *
  * @param list_handle  the cursor, not at the end
+ * @param jid          receives the job
+ * @param nid          receives the node
  *
  * Assertion: "list_handle != ((void *)0) && *list_handle != ((void *)0) && jid != ((void *)0) &&
  * nid != ((void *)0)".
@@ -128,8 +134,9 @@ KELVO_API void kelvo_common_startup_list_free(kelvo_startup_list** list_handle);
  * Copies a list that is not empty by adding its pairs, from the first entry on, to a new one. The
  * copy therefore holds them in reverse order.
  *
- * @param dup_list  receives the copy, which the caller releases with
- *                  kelvo_common_startup_list_free()
+ * @param list_handle  the list, which may be empty
+ * @param dup_list     receives the copy, which the caller releases with
+ *                     kelvo_common_startup_list_free()
  *
  * Assertion: "list_handle != ((void *)0) && dup_list != ((void *)0)".
  *
@@ -168,7 +175,8 @@ KELVO_API kelvo_status kelvo_common_startup_list_create_iovs(const kelvo_startup
 /**
  * Releases the send block in slot n and the gather list, and sets its pointer to null.
  *
- * @param n  the same as in the call of kelvo_common_startup_list_create_iovs()
+ * @param n        the same as in the call of kelvo_common_startup_list_create_iovs()
+ * @param iov_set  the gather list
  *
  * Assertion: "iov_set != ((void *)0) && *iov_set != ((void *)0)".
  */

@@ -28,9 +28,9 @@ KELVO_EXTERN_C_BEGIN
 
 /** One entry: the tree's links, then what is kept. */
 typedef struct kelvo_intgr_store_entry {
-    ordered_tree_node links;
-    uint32_t key;
-    void* value; /**< the caller's */
+    ordered_tree_node links; /**< the tree's */
+    uint32_t key;            /**< the key */
+    void* value;             /**< the caller's */
 } kelvo_intgr_store_entry;
 
 KELVO_ASSERT_OFFSET(kelvo_intgr_store_entry, links, 0);
@@ -41,6 +41,7 @@ KELVO_ASSERT_SIZE(kelvo_intgr_store_entry, sizeof(ordered_tree_node) + 16);
 /**
  * Puts a value under a key that has none.
  * @param root   the store
+ * @param key    the key
  * @param value  any pointer, also null; not looked at
  * @param out    receives the new entry, which stays the store's; may be null
  * @return ::KELVO_ERR_NO_MEMORY; ::KELVO_ERR_ALREADY_EXISTS, the old value staying; 0
@@ -51,6 +52,7 @@ KELVO_API kelvo_status kelvo_intgr_store_insert(ordered_tree_node** root, uint32
 /**
  * Removes a key and its entry, but not its value.
  * @param root       the store
+ * @param key        the key
  * @param value_out  receives the value; may be null
  * @return ::KELVO_ERR_NO_SUCH_KEY; 0
  */
@@ -60,6 +62,7 @@ KELVO_API kelvo_status kelvo_intgr_store_delete(ordered_tree_node** root, uint32
 /**
  * Looks a key up.
  * @param root       the store
+ * @param key        the key
  * @param value_out  receives the value when the key is there; may be null
  * @return 1 when the key is there, else 0
  *

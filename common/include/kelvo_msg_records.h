@@ -20,7 +20,7 @@ KELVO_EXTERN_C_BEGIN
 
 /** Bookkeeping of the logger for one rate-limited message. The first word is stored as 1. */
 typedef struct qor_msg_limit {
-    uint32_t enabled;
+    uint32_t enabled;        /**< 1 */
     uint32_t bookkeeping[7]; /**< the logger's own; stored as 0 */
 } qor_msg_limit;
 
@@ -76,6 +76,7 @@ KELVO_ASSERT_SIZE(qor_msg_rec, 72);
       "An attempt was made to access Kelvo path '%s'.  This resolves to the %s plane and "         \
       "cannot be accessed on this card type.")
 
+/** @cond */
 #define KELVO_MSG_DECLARE_LIMITED(name)                                                            \
     KELVO_API extern qor_msg_limit qor_msg_limit_kelvoutils_##name;
 #define KELVO_MSG_DECLARE_UNLIMITED(name)
@@ -86,6 +87,7 @@ KELVO_MSG_RECORD_LIST(KELVO_MSG_DECLARE)
 #undef KELVO_MSG_DECLARE
 #undef KELVO_MSG_DECLARE_LIMITED
 #undef KELVO_MSG_DECLARE_UNLIMITED
+/** @endcond */
 
 KELVO_EXTERN_C_END
 

@@ -211,7 +211,7 @@ enum {
 
 /** Which server owns a path. */
 typedef struct kelvo_nr_answer {
-    kelvo_node_type node_type; /**< ::KELVO_NODE_PHYSICAL or a class of servers */
+    kelvo_node_type node_type; /**< KELVO_NODE_PHYSICAL or a class of servers */
     uint32_t node_id;          /**< the node, for a physical node and for all local servers of its
                                   rack; the logical-router number of a remote path; else
                                   ::KELVO_NODEID_INVALID */
@@ -229,8 +229,8 @@ KELVO_ASSERT_SIZE(kelvo_nr_answer, 16);
  * Finds the server that owns a path.
  *
  * `prefix` and `path` are joined, and a "/" is added unless the text ends with one. A text of the
- * form "remote/<n>/<rest>" asks for <rest> on the logical router n (the decimal digits that the
- * component begins with; 0 when it begins with none).
+ * form "remote/N/REST" asks for REST on the logical router N (the decimal digits that the component
+ * begins with; 0 when it begins with none).
  *
  * @param prefix        first part of the path, may be ""
  * @param path          second part of the path, may be ""
@@ -305,7 +305,7 @@ KELVO_API const char* kelvo_nr_get_remote_basename(const char* path);
  * @param out   receives node type, node id (::KELVO_NODEID_INVALID) and server type; `versioned`
  *              stays as it is
  *
- * Note: the shared server of operational data has the server type 3 (::KELVO_SERVER_ADMIN), not 2:
+ * Note: the shared server of operational data has the server type 3 (KELVO_SERVER_ADMIN), not 2:
  * that is how servers are told apart on the wire.
  *
  * Note: prefixes are compared as text, so "oper/kelvo/gl/scx" goes where "oper/kelvo/gl/sc" goes.

@@ -41,9 +41,9 @@ enum {
 
 /** A compiled pattern. Callers provide the room; what is in it is the engine's. */
 typedef struct kelvo_regex {
-    void* engine;
-    size_t groups;
-    int flags;
+    void* engine;    /**< what the engine compiled */
+    size_t groups;   /**< groups of the pattern */
+    int flags;       /**< as given to kelvo_regcomp() */
     uint8_t cost[4]; /**< what a match may cost, by the length of the text */
 } kelvo_regex;
 
@@ -54,8 +54,8 @@ KELVO_ASSERT_SIZE(kelvo_regex, 24);
 
 /** Where a group matched: offsets in bytes from the start of the text, both -1 where it did not. */
 typedef struct kelvo_regex_match {
-    int start;
-    int end; /**< one past the last byte */
+    int start; /**< first byte */
+    int end;   /**< one past the last byte */
 } kelvo_regex_match;
 
 KELVO_ASSERT_OFFSET(kelvo_regex_match, end, 4);

@@ -16,9 +16,9 @@ KELVO_EXTERN_C_BEGIN
 
 /** One value on a stack. */
 typedef struct kelvo_stack_node {
-    void* value;   /**< the stack's copy */
-    uint64_t size; /**< its size in bytes */
-    struct kelvo_stack_node* next;
+    void* value;                   /**< the stack's copy */
+    uint64_t size;                 /**< its size in bytes */
+    struct kelvo_stack_node* next; /**< the value below, or null */
 } kelvo_stack_node;
 
 KELVO_ASSERT_OFFSET(kelvo_stack_node, value, 0);
@@ -46,7 +46,8 @@ KELVO_ASSERT_SIZE(kelvo_stack, 16);
  */
 KELVO_API kelvo_status stack_init(uint32_t argument, kelvo_stack** stack);
 
-/** Tells whether a stack is empty. @param is_empty receives 1 or 0 @return ::KELVO_ERR_NULL_PARAM;
+/** * @param stack  the stack
+ Tells whether a stack is empty. @param is_empty receives 1 or 0 @return ::KELVO_ERR_NULL_PARAM;
  *  0 */
 KELVO_API kelvo_status stack_is_empty(const kelvo_stack* stack, uint32_t* is_empty);
 
@@ -55,6 +56,7 @@ KELVO_API kelvo_status stack_shutdown(kelvo_stack* stack);
 
 /**
  * Puts a copy of a value on top.
+ * @param stack  the stack
  * @param value  `size` bytes
  * @param size   may be 0
  * @return ::KELVO_ERR_NULL_PARAM; ::KELVO_ERR_NO_MEMORY, the stack being left as it is; 0
@@ -63,6 +65,7 @@ KELVO_API kelvo_status stack_push(kelvo_stack* stack, const void* value, uint64_
 
 /**
  * Takes the top value off.
+ * @param stack  the stack
  * @param value  receives the value, which is the caller's from then on and is released with free()
  * @param size   receives its size in bytes
  * @return ::KELVO_ERR_NULL_PARAM; ::KELVO_ERR_STACK_EMPTY_POP; 0
@@ -71,6 +74,7 @@ KELVO_API kelvo_status stack_pop(kelvo_stack* stack, void** value, uint64_t* siz
 
 /**
  * Looks at the top value.
+ * @param stack  the stack
  * @param value  receives the value, which stays the stack's
  * @param size   receives its size in bytes
  * @return ::KELVO_ERR_NULL_PARAM; ::KELVO_ERR_STACK_EMPTY_PEEK; 0

@@ -12,7 +12,8 @@
 
 #include "kelvo_types.h"
 
-/* The codes that the library itself returns. */
+/** A code that the library itself returns; ::KELVO_STATUS_LIST says what each means. */
+/**@{*/
 #define KELVO_ERR_NULL_PARAM 0x40818800u
 #define KELVO_ERR_NO_MEMORY 0xc0818200u
 #define KELVO_ERR_NOT_FOUND 0x40818600u
@@ -38,6 +39,7 @@
 #define KELVO_ERR_NO_SUCH_KEY 0x40813e00u
 #define KELVO_ERR_STACK_EMPTY_POP 0xa0827e00u
 #define KELVO_ERR_STACK_EMPTY_PEEK 0xa0827a00u
+/**@}*/
 
 /**
  * X(name, meaning) for every code above. Texts, documentation and tests expand this list.

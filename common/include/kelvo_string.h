@@ -88,7 +88,10 @@ KELVO_API kelvo_status kelvo_string_encode(const char* text, char** out, uint32_
 /**
  * Encodes a text with the marker of a regex encoding type before it.
  *
- * @param type  a type of ::KELVO_REGEX_MARKER_LIST; any other is written as type 0
+ * @param text        the text
+ * @param out         receives a new text, released with free()
+ * @param out_length  receives its length in characters
+ * @param type        a type of ::KELVO_REGEX_MARKER_LIST; any other is written as type 0
  *
  * @return ::KELVO_ERR_NULL_PARAM when the text is null; ::KELVO_ERR_NO_MEMORY when there is no room
  *         for marker and text; then as kelvo_string_encode()

@@ -22,13 +22,21 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/** C linkage for the declarations between the two. */
+/**@{*/
 #ifdef __cplusplus
 #define KELVO_EXTERN_C_BEGIN extern "C" {
 #define KELVO_EXTERN_C_END }
-#define KELVO_STATIC_ASSERT(condition, text) static_assert(condition, text)
 #else
 #define KELVO_EXTERN_C_BEGIN
 #define KELVO_EXTERN_C_END
+#endif
+/**@}*/
+
+/** A condition that the compiler checks, in C and in C++. */
+#ifdef __cplusplus
+#define KELVO_STATIC_ASSERT(condition, text) static_assert(condition, text)
+#else
 #define KELVO_STATIC_ASSERT(condition, text) _Static_assert(condition, text)
 #endif
 
@@ -56,8 +64,8 @@ typedef uint32_t kelvo_status;
  * list can be handed to writev() or sendmsg() as it stands.
  */
 typedef struct kelvo_slot {
-    const void* base;
-    uint64_t length;
+    const void* base; /**< the bytes */
+    uint64_t length;  /**< how many */
 } kelvo_slot;
 
 KELVO_ASSERT_OFFSET(kelvo_slot, base, 0);

@@ -48,9 +48,11 @@ typedef int32_t kelvo_node_type;
 
 /** The reserved node values, as KELVO_NODE_... */
 enum {
+/** @cond */
 #define KELVO_NODE_TYPE_DEFINE(name, value, display, meaning) KELVO_NODE_##name = value,
     KELVO_NODE_TYPE_LIST(KELVO_NODE_TYPE_DEFINE)
 #undef KELVO_NODE_TYPE_DEFINE
+    /** @endcond */
 };
 
 /** A server type. */
@@ -58,16 +60,18 @@ typedef uint32_t kelvo_server_type;
 
 /** The server types, as KELVO_SERVER_... */
 enum {
+/** @cond */
 #define KELVO_SERVER_TYPE_DEFINE(name, value, display) KELVO_SERVER_##name = value,
     KELVO_SERVER_TYPE_LIST(KELVO_SERVER_TYPE_DEFINE)
 #undef KELVO_SERVER_TYPE_DEFINE
+    /** @endcond */
 };
 
 /** The display name of a reserved node value; "" for every other value, real node ids included.
  *  Constant, never null. */
 KELVO_API const char* kelvo_comm_nodetype_desc(int32_t node);
 
-/** The display name of a server type; "" for a value above ::KELVO_SERVER_MAX. Constant, never
+/** The display name of a server type; "" for a value above KELVO_SERVER_MAX. Constant, never
  *  null. */
 KELVO_API const char* kelvo_comm_servertype_desc(uint32_t type);
 

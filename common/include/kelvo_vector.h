@@ -39,7 +39,7 @@ enum {
 
 /** One slot. A slot at or above the high-water mark holds nothing meaningful. */
 typedef struct kelvo_vector_slot {
-    uint32_t state;
+    uint32_t state; /**< free or used */
     union {
         void* value;        /**< used: the vector's own copy */
         uint32_t next_free; /**< free: the next free slot, or ::KELVO_VECTOR_NONE */
@@ -61,7 +61,7 @@ typedef struct kelvo_vector {
     uint32_t free_count; /**< steers trimming, see vector_delete(); not the number of free slots */
     uint32_t free_head;  /**< first free slot, or ::KELVO_VECTOR_NONE */
     uint32_t high_water; /**< one more than the highest index handed out and not yet trimmed */
-    kelvo_vector_slot* slots;
+    kelvo_vector_slot* slots; /**< the table */
 } kelvo_vector;
 
 KELVO_ASSERT_OFFSET(kelvo_vector, minimum_capacity, 0);
@@ -96,10 +96,11 @@ KELVO_API kelvo_status vector_shutdown(kelvo_vector* vector);
 /**
  * Copies a value into the vector.
  *
- * @param value  `size` bytes
- * @param size   at least 1
- * @param index  receives the index: the free slot last put on the free list, or else the next one
- *               never used
+ * @param vector  the vector
+ * @param value   `size` bytes
+ * @param size    at least 1
+ * @param index   receives the index: the free slot last put on the free list, or else the next one
+ *                never used
  *
  * @return in this order: ::KELVO_ERR_NULL_PARAM when a pointer is null, the size 0 or there is no
  *         table; ::KELVO_ERR_NO_MEMORY when there is no room for the copy, the vector being left as
@@ -116,8 +117,10 @@ KELVO_API kelvo_status vector_insert(kelvo_vector* vector, const void* value, ui
 
 /**
  * Finds the value of an index.
- * @param value  receives the vector's copy, which stays the vector's
- * @param size   receives its size in bytes
+ * @param vector  the vector
+ * @param index   the index
+ * @param value   receives the vector's copy, which stays the vector's
+ * @param size    receives its size in bytes
  * @return ::KELVO_ERR_NULL_PARAM when a pointer is null or the index has no value; 0
  */
 KELVO_API kelvo_status vector_find(const kelvo_vector* vector, uint32_t index, void** value,
@@ -142,12 +145,13 @@ KELVO_API kelvo_status vector_delete(kelvo_vector* vector, uint32_t index);
 /**
  * Finds the next value, in the order of the indices. See the example above.
  *
- * @param index  the index to go on from, ::KELVO_VECTOR_NONE at first; receives the index found, or
- *               where the search ended: the high-water mark, or the index after the one given when
- *               that lies beyond the mark
- * @param value  receives the vector's copy, or null at the end
- * @param size   receives its size in bytes; untouched at the end
- * @param end    receives 1 at the end, else 0
+ * @param vector  the vector
+ * @param index   the index to go on from, ::KELVO_VECTOR_NONE at first; receives the index found,
+ * or where the search ended: the high-water mark, or the index after the one given when that lies
+ * beyond the mark
+ * @param value   receives the vector's copy, or null at the end
+ * @param size    receives its size in bytes; untouched at the end
+ * @param end     receives 1 at the end, else 0
  *
  * @return ::KELVO_ERR_NULL_PARAM when a pointer is null, there is no table, or the index is neither
  *         ::KELVO_VECTOR_NONE nor below the capacity; 0

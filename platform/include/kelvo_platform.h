@@ -89,7 +89,9 @@ KELVO_API uint32_t platform_node_type(uint32_t nodeid);
 
 /**
  * Writes the name of a node, as it stands in channel names, with its NUL.
- * @param size  size of the buffer in bytes; a name that does not fit is a failure
+ * @param nodeid  the node
+ * @param buffer  receives the text with its NUL
+ * @param size    size of the buffer in bytes; a name that does not fit is a failure
  * @return 0 or a status
  */
 KELVO_API kelvo_status platform_node_name(uint32_t nodeid, char* buffer, size_t size);
@@ -152,6 +154,7 @@ typedef struct procmgr_spawn_params {
  * Starts one of the platform's scripts and returns at once.
  * @param script     its name, without a directory
  * @param arguments  its arguments in one text, separated by blanks (the platform splits it)
+ * @param params     how the script is to run
  * @return 0 or a status
  */
 KELVO_API kelvo_status procmgr_spawn_script(const char* script, const char* arguments,
@@ -281,10 +284,10 @@ KELVO_API kelvo_status packed_tuple_unpack(const void* tuple, const char* format
 /** The links of an entry; the first member of whatever is kept in a tree. Belongs to the tree while
  *  the entry is in it. */
 typedef struct ordered_tree_node {
-    struct ordered_tree_node* parent;
-    struct ordered_tree_node* left;
-    struct ordered_tree_node* right;
-    intptr_t balance;
+    struct ordered_tree_node* parent; /**< the tree's */
+    struct ordered_tree_node* left;   /**< the tree's */
+    struct ordered_tree_node* right;  /**< the tree's */
+    intptr_t balance;                 /**< the tree's */
 } ordered_tree_node;
 
 /** Order of two entries: 0 when the first is smaller, 1 when they are equal, 2 when larger. */
@@ -299,7 +302,9 @@ typedef uint32_t (*ordered_tree_compare)(const ordered_tree_node* first,
 
 /**
  * Links an entry into a tree.
- * @param root  address of the root pointer, which changes when the tree rebalances
+ * @param root     address of the root pointer, which changes when the tree rebalances
+ * @param entry    the entry
+ * @param compare  the order of the tree
  * @return null when the entry was linked, otherwise the equal entry that is already there (the tree
  *         is then unchanged)
  */

@@ -22,14 +22,18 @@ KELVO_EXTERN_C_BEGIN
  * Statuses
  * --------------------------------------------------------------------------------------------- */
 
-/*
+/**
  * How this platform reads a status: 3 bits class, 13 bits subsystem, 7 bits error, 9 bits errno
  * (0 for none). A number below 512 is an errno alone.
  */
+/**@{*/
 #define PLATFORM_HOST_STATUS_SUBSYSTEM(status) (((status) >> 16) & 0x1FFFu)
 #define PLATFORM_HOST_STATUS_ERROR(status) ((status) & ~0x1FFu)
 #define PLATFORM_HOST_STATUS_ERRNO(status) ((status)&0x1FFu)
+/**@}*/
 
+/** A code of this platform; ::PLATFORM_HOST_STATUS_LIST says what each means. */
+/**@{*/
 #define PLATFORM_HOST_ERR_CONFIG 0x409b0200u
 #define PLATFORM_HOST_ERR_NODE_ID 0x409b0400u
 #define PLATFORM_HOST_ERR_NODE_UNKNOWN 0x409b0600u
@@ -40,6 +44,7 @@ KELVO_EXTERN_C_BEGIN
 #define PLATFORM_HOST_ERR_RECORD 0x409b1000u
 #define PLATFORM_HOST_ERR_TUPLE 0x409b1200u
 #define PLATFORM_HOST_ERR_TUPLE_FORMAT 0x409b1400u
+/**@}*/
 
 /** X(name, meaning) for every code above. The two SYSTEM codes carry an errno. */
 #define PLATFORM_HOST_STATUS_LIST(X)                                                               \
@@ -114,7 +119,7 @@ KELVO_API kelvo_status platform_host_config_describe(const platform_host_config*
  * Node ids
  * --------------------------------------------------------------------------------------------- */
 
-/*
+/**
  * A node id holds rack, slot and processor: bit 31 is 0, bits 30 to 16 are the rack, bits 15 to 8
  * the slot, bits 7 to 0 the processor, each counted from 0. Its text form is "rack_slot_cpu" in
  * decimal without leading zeros. Not every such number is an id: 0 (0_0_0) and the three values
@@ -225,8 +230,9 @@ KELVO_ASSERT_OFFSET(platform_host_replica_header, sequence, 24);
 KELVO_ASSERT_OFFSET(platform_host_replica_header, reserved, 28);
 KELVO_ASSERT_SIZE(platform_host_replica_header, 32);
 
-#define PLATFORM_HOST_REPLICA_MAGIC 0x4B52504Cu /* "KRPL" */
-#define PLATFORM_HOST_REPLICA_VERSION 1u
+#define PLATFORM_HOST_REPLICA_MAGIC                                                                \
+    0x4B52504Cu                          /**< "KRPL": begins a header of a replicated message */
+#define PLATFORM_HOST_REPLICA_VERSION 1u /**< version of that header */
 
 /** Releases a message that replica_build_msg_headers() allocated, given the address of the message
  *  itself; null is harmless. */
@@ -255,8 +261,8 @@ KELVO_ASSERT_OFFSET(platform_host_record_header, schema, 8);
 KELVO_ASSERT_OFFSET(platform_host_record_header, revision, 12);
 KELVO_ASSERT_SIZE(platform_host_record_header, 16);
 
-#define PLATFORM_HOST_RECORD_MAGIC 0x4B524543u /* "KREC" */
-#define PLATFORM_HOST_RECORD_VERSION 1u
+#define PLATFORM_HOST_RECORD_MAGIC 0x4B524543u /**< "KREC": begins a serialised record */
+#define PLATFORM_HOST_RECORD_VERSION 1u        /**< version of that header */
 
 /* ------------------------------------------------------------------------------------------------
  * Packed tuples
@@ -277,7 +283,7 @@ KELVO_ASSERT_OFFSET(platform_host_tuple_header, size, 4);
 KELVO_ASSERT_OFFSET(platform_host_tuple_header, count, 8);
 KELVO_ASSERT_SIZE(platform_host_tuple_header, 12);
 
-#define PLATFORM_HOST_TUPLE_MAGIC 0x4B545550u /* "KTUP" */
+#define PLATFORM_HOST_TUPLE_MAGIC 0x4B545550u /**< "KTUP": begins a packed tuple */
 
 /** The size in bytes of a tuple of these texts. */
 KELVO_API size_t platform_host_tuple_size(const char* const* texts, uint32_t count);
@@ -285,6 +291,7 @@ KELVO_API size_t platform_host_tuple_size(const char* const* texts, uint32_t cou
 /**
  * Packs texts into a buffer for packed_tuple_unpack().
  * @param texts   `count` texts
+ * @param count   number of texts
  * @param buffer  receives the tuple
  * @param size    of the buffer in bytes
  * @return 0; KELVO_ERR_NULL_PARAM; PLATFORM_HOST_ERR_BUFFER_SIZE when the buffer is smaller than
