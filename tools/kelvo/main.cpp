@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// kelvo: answers questions about the paths, names and messages of the Kelvo data store.
+//
+// Here a command line finds its verb, and whatever goes wrong finds its exit code.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "arguments.h"
+#include "pages.h"
+#include "verbs.h"
+
+namespace {
+
+using namespace kelvo::tool;
+
+using Words = std::vector<std::string>;
+
+int end(Exit exit_code) {
+    return static_cast<int>(exit_code);
+}
+
+int complain(const std::string& who, Exit exit_code, const std::string& what) {
+    std::fprintf(stderr, "%s: %s\n", who.c_str(), what.c_str());
+    if (exit_code == Exit::usage) std::fprintf(stderr, "Try '%s --help'.\n", who.c_str());
+    return end(exit_code);
+}
+
+/// Prints a text that was asked for.
+int print(const std::string& text) {
+    Output out(false);
+    out.write(text);
+    out.flush();
+    return end(Exit::ok);
+}
+
+/// What is wrong with an argument that nobody asked for.
+std::string unexpected(const Verb& verb, const Words& extras) {
+    const std::string& word = extras.front();
+    if (word.size() < 2 || word[0] != '-') {
+        return "unexpected argument '" + printable(word) + "'; usage: " + usage_of(verb);
+    }
+    Words known;
+    for (const CLI::Option* option : verb.app.get_options()) {
+        for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
+    }
+    return "unknown option '" + printable(word) + "'" +
+           suggestion(word.substr(0, word.find('=')), known);
+}
+
+/// Runs a verb with the words that follow its name.
+int run(Verb& verb, const Words& words) {
+    Words reversed;
+    for (auto word = words.rbegin(); word != words.rend(); ++word)
+        reversed.push_back(guarded(*word));
+    try {
+        verb.app.parse(std::move(reversed));
+    } catch (const CLI::CallForHelp&) {
+        return print(help(verb));
+    } catch (const CLI::ExtrasError&) {
+        throw Failure(Exit::usage, unexpected(verb, verb.app.remaining()));
+    } catch (const CLI::ParseError& error) {
+        throw Failure(Exit::usage, printable(error.what()));
+    }
+    Output out(verb.json);
+    const Exit exit_code = verb.run(out);
+    out.flush();
+    return end(exit_code);
+}
+
+/// Runs a verb; whatever stops it is told under its name.
+int attempt(Verb& verb, const Words& words) {
+    const std::string who = "kelvo " + verb.page.name;
+    try {
+        return run(verb, words);
+    } catch (const Failure& failure) {
+        return complain(who, failure.exit_code(), failure.what());
+    } catch (const std::bad_alloc&) {
+        return complain(who, Exit::internal, "out of memory");
+    } catch (const std::exception& error) {
+        return complain(who, Exit::internal, error.what());
+    }
+}
+
+/// The first word of every verb, and the words of the program itself.
+Words first_words(const Verbs& verbs) {
+    Words words{"help"};
+    for (const auto& verb : verbs) {
+        words.push_back(verb->page.name.substr(0, verb->page.name.find(' ')));
+    }
+    return words;
+}
+
+/// The verb whose name the words begin with, which are taken away; null when there is none.
+Verb* find_verb(const Verbs& verbs, Words& words) {
+    for (const auto& verb : verbs) {
+        const std::string& name = verb->page.name;
+        const std::size_t blank = name.find(' ');
+        const std::size_t count = blank == std::string::npos ? 1 : 2;
+        if (words.size() < count || words[0] != name.substr(0, blank)) continue;
+        if (count == 2 && words[1] != name.substr(blank + 1)) continue;
+        words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(count));
+        return verb.get();
+    }
+    return nullptr;
+}
+
+/// What is said when the words name no verb: the page of those that begin so, or an error.
+int without_verb(const Verbs& verbs, const Words& words) {
+    Words seconds;
+    for (const auto& verb : verbs) {
+        if (verb->page.name.starts_with(words[0] + " ")) {
+            seconds.push_back(verb->page.name.substr(words[0].size() + 1));
+        }
+    }
+    if (seconds.empty()) {
+        return complain("kelvo", Exit::usage,
+                        "unknown verb '" + printable(words[0]) + "'" +
+                            suggestion(words[0], first_words(verbs)));
+    }
+    if (words.size() > 1 && (words[1] == "--help" || words[1] == "-h")) {
+        return print(overview(verbs, words[0]));
+    }
+    std::string list;
+    for (const std::string& second : seconds) list += (list.empty() ? "" : " or ") + second;
+    return complain("kelvo " + words[0], Exit::usage,
+                    words.size() == 1
+                        ? "a second word is missing: " + list
+                        : "unknown verb '" + printable(words[1]) + "'; after '" + words[0] +
+                              "' comes " + list + suggestion(words[1], seconds));
+}
+
+int run_program(Words words) {
+    const Verbs verbs = make_verbs();
+    if (words.empty()) {
+        std::fputs(overview(verbs).c_str(), stderr);
+        return end(Exit::usage);
+    }
+    if (words[0] == "--version") return print("kelvo " KELVO_VERSION "\n");
+    if (words[0] == "help") {
+        words.erase(words.begin());
+        words.emplace_back("--help");
+    }
+    if (words[0] == "--help" || words[0] == "-h") return print(overview(verbs));
+    Verb* const verb = find_verb(verbs, words);
+    return verb == nullptr ? without_verb(verbs, words) : attempt(*verb, words);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run_program(Words(argv + 1, argv + argc));
+    } catch (const Failure& failure) {
+        return complain("kelvo", failure.exit_code(), failure.what());
+    } catch (const std::exception& error) {
+        return complain("kelvo", Exit::internal, error.what());
+    }
+}

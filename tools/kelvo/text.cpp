@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "text.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <numeric>
+
+namespace kelvo::tool {
+
+std::string printable(std::string_view text) {
+    std::string out;
+    for (const char character : text) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte >= 0x20 && byte != 0x7f) {
+            out += character;
+        } else {
+            char escape[5];
+            std::snprintf(escape, sizeof escape, "\\x%02x", byte);
+            out += escape;
+        }
+    }
+    return out;
+}
+
+std::string hex(unsigned long long number, int digits) {
+    char text[20];
+    std::snprintf(text, sizeof text, "0x%0*llx", digits, number);
+    return text;
+}
+
+std::string wrapped(std::string_view text, std::size_t indent, std::size_t width) {
+    std::string out;
+    std::size_t column = indent;
+    bool at_start = true;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find_first_of(" \n"), text.size());
+        const std::string_view word = text.substr(0, end);
+        if (!at_start && column + 1 + word.size() > width) {
+            out += "\n" + std::string(indent, ' ');
+            column = indent;
+            at_start = true;
+        }
+        if (!at_start) out += ' ';
+        column += word.size() + (at_start ? 0 : 1);
+        out += word;
+        at_start = false;
+        if (end < text.size() && text[end] == '\n') {
+            out += '\n';
+            if (end + 1 < text.size() && text[end + 1] != '\n') out += std::string(indent, ' ');
+            column = indent;
+            at_start = true;
+        }
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return out;
+}
+
+namespace {
+
+/// How many letters must be put in, left out or changed to make one word of the other.
+std::size_t distance(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        std::size_t diagonal = row[0];
+        row[0] = i;
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t changed = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
+        }
+    }
+    return row[b.size()];
+}
+
+}  // namespace
+
+std::string suggestion(std::string_view text, const std::vector<std::string>& names) {
+    std::size_t best = 1 + text.size() / 3;
+    const std::string* found = nullptr;
+    for (const std::string& name : names) {
+        const std::size_t far = distance(text, name);
+        if (far > best || (far == best && found != nullptr)) continue;
+        best = far;
+        found = &name;
+    }
+    return found == nullptr ? "" : " (did you mean '" + *found + "'?)";
+}
+
+std::string counted(std::size_t count, std::string_view noun) {
+    return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+}
+
+}  // namespace kelvo::tool

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The makers of all verbs.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "verb.h"
+
+namespace kelvo::tool {
+
+std::unique_ptr<Verb> make_status();
+
+/// All verbs, in the order in which help lists them.
+std::vector<std::unique_ptr<Verb>> make_verbs();
+
+}  // namespace kelvo::tool
