@@ -6,6 +6,7 @@ namespace kelvo::tool {
 std::vector<std::unique_ptr<Verb>> make_verbs() {
     std::vector<std::unique_ptr<Verb>> verbs;
     for (const auto make : {
+             make_resolve,
              make_status,
          }) {
         verbs.push_back(make());

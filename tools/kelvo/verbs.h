@@ -10,6 +10,7 @@
 
 namespace kelvo::tool {
 
+std::unique_ptr<Verb> make_resolve();
 std::unique_ptr<Verb> make_status();
 
 /// All verbs, in the order in which help lists them.
