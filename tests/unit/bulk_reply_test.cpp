@@ -4,10 +4,9 @@
 #include <algorithm>
 #include <cstring>
 
-#include "kelvo_common_msg_bulk.h"
 #include "platform/failing_memory.h"
 #include "platform/scripted_platform.h"
-#include "support/bulk_messages.h"
+#include "support/bulk_readers.h"
 
 using namespace kelvo::test;
 
@@ -16,31 +15,7 @@ namespace {
 /// Offset of the first item.
 constexpr std::size_t kFirst = 40;
 
-bool same(const kelvo_bulk_reply_info& one, const kelvo_bulk_reply_info& other) {
-    return one.start == other.start && one.end == other.end && one.current == other.current &&
-           one.prev_item_ptr == other.prev_item_ptr && one.word3 == other.word3 &&
-           one.word4 == other.word4 && one.index == other.index;
-}
-
-/// A received reply: its bytes, slack behind them, and a reader.
-struct Received {
-    explicit Received(const Bytes& message)
-        : length(message.size()), bytes(with_slack(message, kBulkSlack)) {}
-    kelvo_status interpret() {
-        return kelvo_common_msg_bulk_reply_interpret(bytes.data(),
-                                                     static_cast<std::uint32_t>(length), &info);
-    }
-    kelvo_status next() { return kelvo_common_msg_bulk_reply_next(&info, &record); }
-
-    [[nodiscard]] std::ptrdiff_t at(const void* pointer) const {
-        return static_cast<const std::uint8_t*>(pointer) - bytes.data();
-    }
-
-    std::size_t length;
-    Bytes bytes;
-    kelvo_bulk_reply_info info = sentinel<kelvo_bulk_reply_info>();
-    kelvo_bulk_reply_item record = sentinel<kelvo_bulk_reply_item>();
-};
+using Received = ReceivedReply;
 
 /// 72 bytes: words, name at 24, data length at 32, data at 40, third length at 48, third text
 /// at 56.
@@ -157,20 +132,7 @@ TEST_F(BulkReply, EmptyDataIsANullPointer) {
 }
 
 TEST_F(BulkReply, AForeignItemIsConvertedToItsNativeTwinByTheSecondWordsType) {
-    const struct {
-        std::uint32_t type;
-        Bytes foreign;
-        Bytes native;
-    } rows[] = {{1, {1, 2, 3, 4}, {4, 3, 2, 1}},
-                {2, {1, 2, 3, 4, 5, 6, 7, 8}, {8, 7, 6, 5, 4, 3, 2, 1}},
-                {10, {1, 2}, {2, 1}},
-                {11, {1, 2, 3}, {2, 1, 3}},
-                {12, {1, 2, 3, 4}, {4, 3, 2, 1}},
-                {13, {1, 2, 3, 4, 5, 6, 7, 8, 9}, {8, 7, 6, 5, 4, 3, 2, 1, 9}},
-                {0, {1, 2, 3, 4}, {1, 2, 3, 4}},
-                {9, {1, 2, 3, 4}, {1, 2, 3, 4}},
-                {14, {1, 2, 3, 4}, {1, 2, 3, 4}}};
-    for (const auto& row : rows) {
+    for (const ForeignValue& row : kForeignValues) {
         // The third word would name a different type, were it a request's.
         Received foreign(bulk_reply(
             {bulk_reply_item(Order::network, {2, row.type, 10, 4}, "n", row.foreign, "t")}));
@@ -223,7 +185,7 @@ TEST_F(BulkReply, ANameOf65536BytesReadsAsForeign) {
         {bulk_reply_item(Order::host, {2, 1, 3, 4}, std::string(65535, 'n'), {1}, "third")}));
     ASSERT_EQ(in.interpret(), 0U);
     Bytes expected = in.bytes;
-    for (const std::size_t at : {0U, 4U, 8U, 12U, 16U}) reverse_at(expected, kFirst + at);
+    reverse_item_head(expected, kFirst);
     EXPECT_EQ(in.next(), KELVO_ERR_MSG_CONTENT);
     EXPECT_EQ(in.bytes, expected);
     EXPECT_TRUE(untouched(in.record));
@@ -267,21 +229,7 @@ TEST_F(BulkReply, ThirdTextIsTestedForItsNulBeforeTheRoomOfItsFill) {
 }
 
 TEST_F(BulkReply, LengthsNearTheTopOf32BitsDoNotFit) {
-    for (const std::uint32_t hostile : {0xFFFFFFFFU, 0xFFFFFFF9U, 0xFFFFFFF8U, 0xFFFFFFF7U,
-                                        0xFFFFFFF0U, 0x80000000U, 0x7FFFFFFFU}) {
-        for (const std::size_t cell : {std::size_t{16}, std::size_t{32}, kThird}) {
-            for (const Order order : {Order::host, Order::network}) {
-                Bytes item = plain_item(order);
-                put_word(item, cell, order == Order::host ? hostile : reversed(hostile));
-                Received in(bulk_reply({item}));
-                ASSERT_EQ(in.interpret(), 0U);
-                const kelvo_bulk_reply_info before = in.info;
-                EXPECT_EQ(in.next(), KELVO_ERR_MSG_LENGTH) << hostile << ' ' << cell;
-                EXPECT_TRUE(same(in.info, before));
-                EXPECT_TRUE(untouched(in.record));
-            }
-        }
-    }
+    expect_hostile_lengths_refused<Received>({16, 32, kThird}, plain_item, bulk_reply);
 }
 
 TEST_F(BulkReply, AForeignItemIsConvertedAheadOfEachTestOfItsRoom) {
@@ -294,7 +242,7 @@ TEST_F(BulkReply, AForeignItemIsConvertedAheadOfEachTestOfItsRoom) {
         ASSERT_EQ(in.interpret(), 0U);
         Bytes expected = in.bytes;
         if (left >= 16) {
-            for (const std::size_t at : {0U, 4U, 8U, 12U, 16U}) reverse_at(expected, kFirst + at);
+            reverse_item_head(expected, kFirst);
         }
         if (left >= 32) {
             reverse_at(expected, kFirst + 32);
@@ -310,33 +258,9 @@ TEST_F(BulkReply, AForeignItemIsConvertedAheadOfEachTestOfItsRoom) {
 
 TEST_F(BulkReply, EveryTruncationIsRefusedWithinTheSlackThatIsAskedFor) {
     for (const Order order : {Order::host, Order::network}) {
-        const Bytes whole =
-            bulk_reply({bulk_reply_item(order, {9, 2, 3, 4}, "name", Bytes(8, 1), "third")});
-        for (std::size_t length = kFirst; length <= whole.size(); ++length) {
-            const Bytes bytes(whole.begin(), whole.begin() + static_cast<long>(length));
-            const bool all = length == whole.size();
-            // A native item is touched beyond the end for its name length alone.
-            const std::size_t left = length - kFirst;
-            const std::size_t slack = order == Order::network   ? kBulkSlack
-                                      : left >= 16 && left < 20 ? 20 - left
-                                                                : 0;
-            const Walled block(all ? bytes : with_slack(bytes, slack));
-            kelvo_bulk_reply_info info;
-            kelvo_bulk_reply_item record = sentinel<kelvo_bulk_reply_item>();
-            ASSERT_EQ(kelvo_common_msg_bulk_reply_interpret(
-                          block.data(), static_cast<std::uint32_t>(length), &info),
-                      0U);
-            const kelvo_bulk_reply_info before = info;
-            const kelvo_status status = kelvo_common_msg_bulk_reply_next(&info, &record);
-            if (all) {
-                EXPECT_EQ(status, 0U);
-                EXPECT_EQ(kelvo_common_msg_bulk_reply_next(&info, &record), KELVO_ERR_MSG_LENGTH);
-                continue;
-            }
-            EXPECT_EQ(status, KELVO_ERR_MSG_LENGTH) << length;
-            EXPECT_TRUE(untouched(record)) << length;
-            EXPECT_TRUE(same(info, before)) << length;
-        }
+        expect_truncations_refused<Received>(
+            bulk_reply({bulk_reply_item(order, {9, 2, 3, 4}, "name", Bytes(8, 1), "third")}),
+            kFirst, order);
     }
 }
 

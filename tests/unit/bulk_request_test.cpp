@@ -3,10 +3,9 @@
 
 #include <cstring>
 
-#include "kelvo_common_msg_bulk.h"
 #include "platform/failing_memory.h"
 #include "platform/scripted_platform.h"
-#include "support/bulk_messages.h"
+#include "support/bulk_readers.h"
 
 using namespace kelvo::test;
 
@@ -15,29 +14,7 @@ namespace {
 /// Offset of the first item behind the leading string "lead".
 constexpr std::size_t kFirst = 80;
 
-bool same(const kelvo_bulk_info& one, const kelvo_bulk_info& other) {
-    return std::memcmp(&one, &other, sizeof one) == 0;
-}
-
-/// A received request: its bytes, slack behind them, and a reader.
-struct Received {
-    explicit Received(const Bytes& message)
-        : length(message.size()), bytes(with_slack(message, kBulkSlack)) {}
-    kelvo_status interpret() {
-        return kelvo_common_msg_bulk_interpret(bytes.data(), static_cast<std::uint32_t>(length),
-                                               &info);
-    }
-    kelvo_status next() { return kelvo_common_msg_bulk_next(&info, &record); }
-
-    [[nodiscard]] std::ptrdiff_t at(const void* pointer) const {
-        return static_cast<const std::uint8_t*>(pointer) - bytes.data();
-    }
-
-    std::size_t length;
-    Bytes bytes;
-    kelvo_bulk_info info = sentinel<kelvo_bulk_info>();
-    kelvo_bulk_item record = sentinel<kelvo_bulk_item>();
-};
+using Received = ReceivedRequest;
 
 Bytes plain_item(Order order = Order::host) {
     return bulk_item(order, {9, 0x22, 3, 0x44}, "name", {'a', 'b', 'c'});
@@ -213,21 +190,7 @@ TEST_F(BulkRequest, EmptyDataIsANullPointer) {
 }
 
 TEST_F(BulkRequest, AForeignItemIsConvertedToItsNativeTwin) {
-    const struct {
-        std::uint32_t type;
-        Bytes foreign;
-        Bytes native;
-    } rows[] = {{1, {1, 2, 3, 4}, {4, 3, 2, 1}},
-                {2, {1, 2, 3, 4, 5, 6, 7, 8}, {8, 7, 6, 5, 4, 3, 2, 1}},
-                {10, {1, 2}, {2, 1}},
-                {11, {1, 2, 3}, {2, 1, 3}},
-                {12, {1, 2, 3, 4, 5}, {4, 3, 2, 1, 5}},
-                {13, {1, 2, 3, 4, 5, 6, 7, 8, 9}, {8, 7, 6, 5, 4, 3, 2, 1, 9}},
-                {0, {1, 2, 3, 4}, {1, 2, 3, 4}},
-                {3, {1, 2, 3, 4}, {1, 2, 3, 4}},
-                {7, {1, 2}, {1, 2}},
-                {14, {1, 2, 3, 4}, {1, 2, 3, 4}}};
-    for (const auto& row : rows) {
+    for (const ForeignValue& row : kForeignValues) {
         for (const std::uint32_t operation : {1U, 2U}) {
             Received foreign(bulk_request(
                 {bulk_item(Order::network, {operation, 0x22, row.type, 0x44}, "n", row.foreign)}));
@@ -272,7 +235,7 @@ TEST_F(BulkRequest, ANameOf65535BytesIsNativeAndALongerOneReadsAsForeign) {
         bulk_request({bulk_item(Order::host, {1, 2, 3, 4}, std::string(65535, 'n'), {'d'})}));
     ASSERT_EQ(beyond.interpret(), 0U);
     Bytes expected = beyond.bytes;
-    for (const std::size_t at : {0U, 4U, 8U, 12U, 16U}) reverse_at(expected, kFirst + at);
+    reverse_item_head(expected, kFirst);
     EXPECT_EQ(beyond.next(), KELVO_ERR_MSG_CONTENT) << "0x00010000 is taken for a length of 256";
     EXPECT_EQ(beyond.bytes, expected);
     EXPECT_TRUE(untouched(beyond.record));
@@ -328,21 +291,8 @@ TEST_F(BulkRequest, ANameIsTestedForItsNulBeforeTheRoomOfItsFill) {
 }
 
 TEST_F(BulkRequest, LengthsNearTheTopOf32BitsDoNotFit) {
-    for (const std::uint32_t hostile : {0xFFFFFFFFU, 0xFFFFFFF9U, 0xFFFFFFF8U, 0xFFFFFFF7U,
-                                        0xFFFFFFF0U, 0x80000000U, 0x7FFFFFFFU}) {
-        for (const std::size_t cell : {16U, 32U}) {
-            for (const Order order : {Order::host, Order::network}) {
-                Bytes item = plain_item(order);
-                put_word(item, cell, order == Order::host ? hostile : reversed(hostile));
-                Received in(bulk_request({item}));
-                ASSERT_EQ(in.interpret(), 0U);
-                const kelvo_bulk_info before = in.info;
-                EXPECT_EQ(in.next(), KELVO_ERR_MSG_LENGTH) << hostile << ' ' << cell;
-                EXPECT_TRUE(same(in.info, before));
-                EXPECT_TRUE(untouched(in.record));
-            }
-        }
-    }
+    expect_hostile_lengths_refused<Received>(
+        {16, 32}, plain_item, [](const std::vector<Bytes>& items) { return bulk_request(items); });
 }
 
 TEST_F(BulkRequest, WordsAndNameLengthAreConvertedBeforeThereIsRoomForTheName) {
@@ -352,7 +302,7 @@ TEST_F(BulkRequest, WordsAndNameLengthAreConvertedBeforeThereIsRoomForTheName) {
         in.length = kFirst + left;
         ASSERT_EQ(in.interpret(), 0U);
         Bytes expected = in.bytes;
-        for (const std::size_t at : {0U, 4U, 8U, 12U, 16U}) reverse_at(expected, kFirst + at);
+        reverse_item_head(expected, kFirst);
         EXPECT_EQ(in.next(), KELVO_ERR_MSG_LENGTH) << left;
         EXPECT_EQ(in.bytes, expected) << left;
     }
@@ -375,7 +325,8 @@ TEST_F(BulkRequest, ForeignDataIsConvertedBeforeThereIsRoomForIt) {
         in.length = kFirst + left;
         ASSERT_EQ(in.interpret(), 0U);
         Bytes expected = in.bytes;
-        for (const std::size_t at : {0U, 4U, 8U, 12U, 16U, 32U}) reverse_at(expected, kFirst + at);
+        reverse_item_head(expected, kFirst);
+        reverse_at(expected, kFirst + 32);
         for (std::uint8_t i = 0; i < 8; ++i) {
             expected[kFirst + 40 + i] = static_cast<std::uint8_t>(7 - i);
         }
@@ -386,33 +337,9 @@ TEST_F(BulkRequest, ForeignDataIsConvertedBeforeThereIsRoomForIt) {
 
 TEST_F(BulkRequest, EveryTruncationIsRefusedWithinTheSlackThatIsAskedFor) {
     for (const Order order : {Order::host, Order::network}) {
-        const Bytes whole =
-            bulk_request({bulk_item(order, {9, 0x22, 2, 0x44}, "name", Bytes(8, 1))});
-        for (std::size_t length = kFirst; length <= whole.size(); ++length) {
-            const Bytes bytes(whole.begin(), whole.begin() + static_cast<long>(length));
-            const bool all = length == whole.size();
-            // A native item is touched beyond the end for its name length alone.
-            const std::size_t left = length - kFirst;
-            const std::size_t slack = order == Order::network   ? kBulkSlack
-                                      : left >= 16 && left < 20 ? 20 - left
-                                                                : 0;
-            const Walled block(all ? bytes : with_slack(bytes, slack));
-            kelvo_bulk_info info;
-            kelvo_bulk_item record = sentinel<kelvo_bulk_item>();
-            ASSERT_EQ(kelvo_common_msg_bulk_interpret(block.data(),
-                                                      static_cast<std::uint32_t>(length), &info),
-                      0U);
-            const kelvo_bulk_info before = info;
-            const kelvo_status status = kelvo_common_msg_bulk_next(&info, &record);
-            if (all) {
-                EXPECT_EQ(status, 0U);
-                EXPECT_EQ(kelvo_common_msg_bulk_next(&info, &record), KELVO_ERR_MSG_LENGTH);
-                continue;
-            }
-            EXPECT_EQ(status, KELVO_ERR_MSG_LENGTH) << length;
-            EXPECT_TRUE(untouched(record)) << length;
-            EXPECT_TRUE(same(info, before)) << length;
-        }
+        expect_truncations_refused<Received>(
+            bulk_request({bulk_item(order, {9, 0x22, 2, 0x44}, "name", Bytes(8, 1))}), kFirst,
+            order);
     }
 }
 
