@@ -12,22 +12,12 @@ using namespace kelvo::wire;
 
 namespace {
 
-/// Bytes from the current item to the end of the message. None when the item lies beyond the end,
-/// where a short message or a hostile leading length may put it.
-template <class State>
-u64 bytes_left(const State& state) {
-    const auto at = reinterpret_cast<std::uintptr_t>(state.current);
-    const auto end = reinterpret_cast<std::uintptr_t>(state.end);
-    return at < end ? end - at : 0;
-}
-
 /// Takes the current item. The state moves only on success.
 template <std::size_t kTypeWord, class State>
 Status step_forward(State& state, BulkItem* item) {
     auto* const at = static_cast<u8*>(state.current);
-    if (const Status st = walk_bulk_item<kTypeWord>(ItemOrder{}, at, bytes_left(state), item)) {
-        return st;
-    }
+    const u64 left = bytes_left(at, state.end);
+    if (const Status st = walk_bulk_item<kTypeWord>(ItemOrder{}, at, left, item)) return st;
     state.index += 1;
     state.prev_item_ptr = at;
     state.current = item->end;

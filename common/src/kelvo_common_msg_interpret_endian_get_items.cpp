@@ -10,5 +10,5 @@ kelvo_status kelvo_common_msg_get_items_interpret_endian_ntoh(void* msg, uint32_
                                                               char** base_path, char*** names,
                                                               uint32_t* count,
                                                               uint32_t* request_argument) {
-    return walk_get_items(FromNetwork{}, msg, length, {base_path, names, count, request_argument});
+    return read_get_items(FromNetwork{}, msg, length, names, {base_path, count, request_argument});
 }

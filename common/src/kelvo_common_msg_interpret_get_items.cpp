@@ -9,5 +9,5 @@ using namespace kelvo::wire;
 kelvo_status kelvo_common_msg_get_items_interpret(void* msg, uint32_t length, char** base_path,
                                                   char*** names, uint32_t* count,
                                                   uint32_t* request_argument) {
-    return walk_get_items(HostOrder{}, msg, length, {base_path, names, count, request_argument});
+    return read_get_items(HostOrder{}, msg, length, names, {base_path, count, request_argument});
 }

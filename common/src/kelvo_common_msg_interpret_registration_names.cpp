@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The registration requests that carry an array of counted strings: VRFN registration and
-// configuration groups. A message may claim any number of strings, but each that is read takes 16
-// bytes, cell and padded text. So the array of pointers needs no more places than the message can
-// fill.
+// configuration groups.
 #include <algorithm>
 #include <cstdlib>
 
+#include "kelvo_common_msg_texts.h"
 #include "kelvo_common_msg_walk_registration.h"
 
 using namespace kelvo;
@@ -14,19 +13,12 @@ using namespace kelvo::wire;
 
 namespace {
 
-constexpr u32 kShortestString = kCellBytes + 8;
-
-/// An array for `count` strings, or as many as `left` bytes have room for, and at least one: null
-/// must mean that there is no memory.
-char** allocate_texts(u32 count, u64 left) {
-    const u64 places = std::min<u64>(count, left / kShortestString);
-    return static_cast<char**>(std::malloc(std::max<u64>(places, 1) * sizeof(char*)));
-}
-
 /// The paths of a VRFN registration, to the end of the message.
-Status read_paths(Cursor<HostOrder>& in, u32 count, char** paths) {
+Status read_paths(Cursor<HostOrder>& in, u32 count, TextArray& paths) {
     for (u32 i = 0; i < count; ++i) {
-        if (const Status st = in.text(&paths[i])) return st;
+        char* path;
+        if (const Status st = in.text(&path)) return st;
+        paths.take(i, path);
     }
     return in.end();
 }
@@ -56,9 +48,10 @@ char* compose_group_path(char* const* names, u32 count) {
 }
 
 /// Names, path, and then only the test for bytes left over. The path is the caller's.
-Status read_group_path(Cursor<FromNetwork>& in, u32 count, char** names, char** path) {
-    if (const Status st = walk_group_names(in, count, names)) return st;
-    char* const composed = compose_group_path(names, count);
+Status read_group_path(Cursor<FromNetwork>& in, u32* count, char** path) {
+    TextArray names;
+    if (const Status st = walk_group_names(in, names, count)) return st;
+    char* const composed = compose_group_path(names.texts(), *count);
     if (composed == nullptr) return KELVO_ERR_NO_MEMORY;
     if (const Status st = in.end()) {
         std::free(composed);
@@ -81,12 +74,9 @@ kelvo_status kelvo_common_msg_vrfn_reg_interpret(void* msg, uint32_t length,
     if (const Status st = in.skip(sizeof(kelvo_msg_vrfn_reg))) return st;
     const u32 claimed = load32(bytes + offsetof(kelvo_msg_vrfn_reg, count));
     if (claimed == 0) return KELVO_ERR_MSG_CONTENT;
-    char** const texts = allocate_texts(claimed, in.left());
-    if (texts == nullptr) return KELVO_ERR_NO_MEMORY;
-    if (const Status st = read_paths(in, claimed, texts)) {
-        std::free(texts);
-        return st;
-    }
+    TextArray texts;
+    if (const Status st = texts.make_room(claimed, in.left())) return st;
+    if (const Status st = read_paths(in, claimed, texts)) return st;
 
     *registration_id = load32(bytes + offsetof(kelvo_msg_vrfn_reg, registration_id));
     *w2 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w2));
@@ -96,7 +86,7 @@ kelvo_status kelvo_common_msg_vrfn_reg_interpret(void* msg, uint32_t length,
     *w5 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w5));
     *count = claimed;
     *w7 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w7));
-    *paths = texts;
+    *paths = texts.release();
     *w6 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w6));
     return 0;
 }
@@ -107,14 +97,9 @@ kelvo_status kelvo_common_msg_cfg_grp_interpret(void* msg, uint32_t length, char
     auto* const bytes = static_cast<u8*>(msg);
     FromNetwork order;  // of the names' lengths
     Cursor in(order, bytes, length);
-    if (const Status st = in.skip(sizeof(kelvo_msg_cfg_grp))) return st;
-    const u32 claimed = load32(bytes + offsetof(kelvo_msg_cfg_grp, count));
-    char** const names = allocate_texts(claimed, in.left());
-    if (names == nullptr) return KELVO_ERR_NO_MEMORY;
+    u32 claimed;
     char* composed;
-    const Status st = read_group_path(in, claimed, names, &composed);
-    std::free(names);
-    if (st != 0) return st;
+    if (const Status st = read_group_path(in, &claimed, &composed)) return st;
 
     // What the node resolver answers for every configuration path.
     constexpr u32 kRecord[KELVO_CFG_GRP_RECORD_WORDS] = {0xc4653601, KELVO_NODEID_INVALID, 0, 0,

@@ -11,7 +11,7 @@ namespace kelvo::wire {
 
 /// Byte order of one bulk item. As FromNetwork when the item is foreign, as HostOrder when it is
 /// not.
-class ItemOrder {
+class ItemOrder : public Running {
   public:
     static constexpr bool kConverts = true;
     /// Looks at the raw name length: a name too long to be true is a foreign-ordered length.
@@ -27,7 +27,6 @@ class ItemOrder {
     void value(u32 type, u8* at) const noexcept {
         if (foreign_) reverse_value(type, at, at);
     }
-    [[nodiscard]] static u32 read(const u8* at) noexcept { return load32(at); }
 
   private:
     bool foreign_ = false;
@@ -83,10 +82,18 @@ template <class Order>
             .end = msg + length,
             .current = msg + sizeof(kelvo_rply_bulk),
             .prev_item_ptr = nullptr,
-            .word3 = order.read(msg + offsetof(kelvo_rply_bulk, word3)),
-            .word4 = order.read(msg + offsetof(kelvo_rply_bulk, word4)),
+            .word3 = order.raw(msg + offsetof(kelvo_rply_bulk, word3)),
+            .word4 = order.raw(msg + offsetof(kelvo_rply_bulk, word4)),
             .index = 1};
     return 0;
+}
+
+/// Bytes from an item to the end of the message. None when the item lies beyond the end, where a
+/// short message or a hostile leading length may put it.
+[[nodiscard]] inline u64 bytes_left(const void* item, const void* end) noexcept {
+    const auto at = reinterpret_cast<std::uintptr_t>(item);
+    const auto limit = reinterpret_cast<std::uintptr_t>(end);
+    return at < limit ? limit - at : 0;
 }
 
 /// The data of an item. A foreign-ordered item has length and data converted before there is known
@@ -109,7 +116,7 @@ template <std::size_t kTypeWord, class Order>
 [[nodiscard]] Status walk_bulk_item(Order order, u8* item, u64 left, BulkItem* out) {
     Cursor in(order, item, left);
     if (const Status st = in.skip(sizeof(kelvo_msg_bulk_item))) return st;
-    order.tell_from(order.read(in.at()));
+    order.tell_from(order.raw(in.at()));
     fixed_words(order, item, 4);
 
     BulkItem found = {};

@@ -28,8 +28,9 @@ static_assert(kItemLeadingWords == offsetof(kelvo_msg_item_verify, type));
 template <class Order>
 [[nodiscard]] Status walk_item_get(Order order, void* message, u64 length, char** path,
                                    u32* argument) {
-    const auto require_one_name = [](u32 count) {
-        KELVO_ASSERT_AT(count == 1, "castmsg->nameset->count == 1",
+    const auto require_one_name = [&order](u32 count) {
+        order.demand(count == 1);
+        KELVO_ASSERT_AT(count == 1 || order.stopped(), "castmsg->nameset->count == 1",
                         "common/src/kelvo_common_msg_interpret_endian", __LINE__,
                         "kelvo_common_msg_get_interpret_endian_ntoh");
     };
@@ -39,7 +40,7 @@ template <class Order>
     Cursor in(order, msg, length);
     if (const Status st = in.skip(offsetof(kelvo_msg_item_request, names))) {
         if constexpr (Order::kConverts) {
-            require_one_name(order.read(msg + offsetof(kelvo_msg_item_request, names)));
+            require_one_name(order.raw(msg + offsetof(kelvo_msg_item_request, names)));
         }
         return st;
     }

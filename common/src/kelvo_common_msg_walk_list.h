@@ -102,7 +102,7 @@ template <class Entry, class Order>
     auto* const rply = static_cast<u8*>(reply);
     const u32 groups = pass_word(order, rply + offsetof(kelvo_rply_list, groups));
     u64 pos = sizeof(kelvo_rply_list);
-    for (u32 i = 0; i < groups; ++i) {
+    for (u32 i = 0; i < groups && !order.stopped(); ++i) {
         if (const Status st = walk_group<Entry>(order, rply, length, &pos)) return st;
     }
     return 0;

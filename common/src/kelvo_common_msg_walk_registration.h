@@ -38,17 +38,25 @@ template <class Order, class Take>
     return in.end();
 }
 
-/// The names of a configuration-group request, whose lengths come in network order. Each round
-/// converts the word at the cursor before it tests anything, and a name that fails stays at the
-/// cursor for all rounds that remain: of their conversions only an odd one is left.
-template <class Order>
-[[nodiscard]] Status walk_group_names(Cursor<Order>& in, u32 count, char** names) {
-    for (u32 i = 0; i < count; ++i) {
-        if (const Status st = in.text(&names[i], Cell::before_room)) {
-            if ((count - i - 1) % 2 != 0) in.order().arrive(in.at());
+/// The names of a configuration-group request, whose lengths come in network order and the rest in
+/// host order. Each round converts the word at the cursor before it tests anything, and a name that
+/// fails stays at the cursor for all rounds that remain: of their conversions only an odd one is
+/// left. `names` is a TextArray, or has its members and drops what it is given.
+template <class Order, class Names>
+[[nodiscard]] Status walk_group_names(Cursor<Order>& in, Names& names, u32* count) {
+    const u8* const count_at = in.at() + offsetof(kelvo_msg_cfg_grp, count);
+    if (const Status st = in.skip(sizeof(kelvo_msg_cfg_grp))) return st;
+    const u32 claimed = in.order().raw(count_at);
+    if (const Status st = names.make_room(claimed, in.left())) return st;
+    for (u32 i = 0; i < claimed; ++i) {
+        char* name;
+        if (const Status st = in.text(&name, Cell::before_room)) {
+            if ((claimed - i - 1) % 2 != 0) in.order().arrive(in.at());
             return st;
         }
+        names.take(i, name);
     }
+    *count = claimed;
     return 0;
 }
 
@@ -109,7 +117,7 @@ template <class Order>
 /// of their conversions only an odd one is left.
 template <class Order>
 void convert_vrfn_paths(Order& order, u8* at, u32 left, u32 rounds) {
-    while (rounds > 0) {
+    while (rounds > 0 && !order.stopped()) {
         u32 length = pass_word(order, at);
         --rounds;
         if (left < kCellBytes + padded8(length)) {

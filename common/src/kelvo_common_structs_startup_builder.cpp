@@ -1,15 +1,41 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The builder of startup lists and its set of pairs: open addressing with linear probing, at most
-// half full. The hash is salted, so that nobody can choose pairs that meet in one place.
+// The builder of startup lists and its set of pairs: a row of few, then open addressing with linear
+// probing, at most half full. The hash is salted, so that nobody can choose pairs that meet in one
+// place.
 #include <sys/random.h>
 
 #include "kelvo_common_structs_startup_list.h"
 
 using namespace kelvo;
 
+bool PairSet::few_match(u32 job_id, u32 node_id) const {
+    for (std::size_t i = 0; i < few_used_; ++i) {
+        const kelvo_startup_pair& pair = few_[i];
+        if (pair.job_id != job_id) continue;
+        if (node_id == KELVO_NODEID_INVALID || pair.node_id == node_id) return true;
+    }
+    return false;
+}
+
+bool PairSet::matches(u32 job_id, u32 node_id) const {
+    return slots_ == nullptr ? few_match(job_id, node_id) : holds(key(job_id, node_id));
+}
+
 bool PairSet::reserve() {
-    if ((used_ + 2) * 2 <= capacity_) return true;
+    if (slots_ == nullptr && few_used_ < kFew) return true;
+    return (used_ + 2) * 2 <= capacity_ || grow();
+}
+
+void PairSet::add(u32 job_id, u32 node_id) {
+    if (slots_ == nullptr) {
+        few_[few_used_++] = {job_id, node_id};
+    } else {
+        put_pair(job_id, node_id);
+    }
+}
+
+bool PairSet::grow() {
     const std::size_t capacity = capacity_ == 0 ? kFirstSlots : capacity_ * 2;
     auto* const slots = static_cast<u64*>(std::calloc(capacity, sizeof(u64)));
     if (slots == nullptr) return false;
@@ -21,6 +47,9 @@ bool PairSet::reserve() {
     slots_ = slots;
     capacity_ = capacity;
     used_ = 0;
+    if (old_slots == nullptr) {
+        for (const kelvo_startup_pair& pair : few_) put_pair(pair.job_id, pair.node_id);
+    }
     for (std::size_t i = 0; i < old_capacity; ++i) {
         if (old_slots[i] != 0) put(old_slots[i]);
     }
@@ -28,7 +57,7 @@ bool PairSet::reserve() {
     return true;
 }
 
-void PairSet::add(u32 job_id, u32 node_id) {
+void PairSet::put_pair(u32 job_id, u32 node_id) {
     put(key(job_id, node_id));
     put(key(job_id, KELVO_NODEID_INVALID));
 }
@@ -57,23 +86,11 @@ void PairSet::put(u64 key) {
 }
 
 kelvo_status StartupListBuilder::add(u32 job_id, u32 node_id) {
-    if (list_ == nullptr || list_->count < kShort) {
-        return kelvo_common_startup_list_add(&list_, job_id, node_id);
-    }
-    if (list_->count == kShort && !remember_list()) return KELVO_ERR_NO_MEMORY;
     if (pairs_.matches(job_id, node_id)) return KELVO_ERR_ALREADY_EXISTS;
     if (!pairs_.reserve()) return KELVO_ERR_NO_MEMORY;
     if (const kelvo_status st = startup_list_link(&list_, job_id, node_id)) return st;
     pairs_.add(job_id, node_id);
     return 0;
-}
-
-bool StartupListBuilder::remember_list() {
-    for (const kelvo_startup_list* entry = list_; entry != nullptr; entry = entry->next) {
-        if (!pairs_.reserve()) return false;
-        pairs_.add(entry->job_id, entry->node_id);
-    }
-    return true;
 }
 
 void StartupListBuilder::discard() {

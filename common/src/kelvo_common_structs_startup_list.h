@@ -2,9 +2,8 @@
 //
 // Building a startup list from many pairs. Adding to a list walks it, which is right for the few
 // processes that a registration names; but a hostile message may name a million. The builder gives
-// each pair the answer of kelvo_common_startup_list_add() and makes the same list; once the list is
-// no longer short it keeps the pairs in a hash set beside it, and the time for a pair stays
-// constant.
+// each pair the answer of kelvo_common_startup_list_add() and makes the same list, but keeps the
+// pairs in a set beside it, and the time for a pair stays constant.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +17,8 @@ namespace kelvo {
 /// Allocates an entry and makes it the first, without looking for a match.
 [[nodiscard]] kelvo_status startup_list_link(kelvo_startup_list** list, u32 job_id, u32 node_id);
 
-/// What a list of pairs answers to the match rule. It holds each pair (job, node) and, for each
+/// What a list of pairs answers to the match rule. While the pairs are few they stand in a row, to
+/// be looked through. After that they are a hash set that holds each pair (job, node) and, for each
 /// job, the pair (job, any): a query for any node then is a lookup like every other.
 class PairSet {
   public:
@@ -27,22 +27,26 @@ class PairSet {
     PairSet(const PairSet&) = delete;
     PairSet& operator=(const PairSet&) = delete;
 
+    [[nodiscard]] bool matches(u32 job_id, u32 node_id) const;
     /// Makes room for one more pair. @return false when there is no memory
     [[nodiscard]] bool reserve();
-    [[nodiscard]] bool matches(u32 job_id, u32 node_id) const {
-        return holds(key(job_id, node_id));
-    }
     /// Adds a pair for which there is room.
     void add(u32 job_id, u32 node_id);
 
   private:
+    static constexpr std::size_t kFew = 32;  ///< so many are found as fast without a hash
     static constexpr std::size_t kFirstSlots = 256;
     static u64 key(u32 job_id, u32 node_id) { return u64{job_id} << 32 | node_id; }
 
+    [[nodiscard]] bool few_match(u32 job_id, u32 node_id) const;
     [[nodiscard]] std::size_t slot_of(u64 key) const;
     [[nodiscard]] bool holds(u64 key) const;
+    [[nodiscard]] bool grow();
     void put(u64 key);
+    void put_pair(u32 job_id, u32 node_id);
 
+    kelvo_startup_pair few_[kFew];
+    std::size_t few_used_ = 0;
     u64* slots_ = nullptr;  ///< keys at the first free slot from their hash on; 0 is a free slot
     std::size_t capacity_ = 0;  ///< number of slots, a power of two
     std::size_t used_ = 0;
@@ -62,11 +66,6 @@ class StartupListBuilder {
     void discard();
 
   private:
-    /// Up to here a walk over the list is as fast as the set, and allocates nothing.
-    static constexpr u32 kShort = 32;
-
-    [[nodiscard]] bool remember_list();
-
     kelvo_startup_list* list_ = nullptr;
     PairSet pairs_;
 };

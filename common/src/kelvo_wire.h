@@ -11,7 +11,8 @@
 //   ToNetwork        -                 convert           convert      prepares to send
 //
 // "fixed" are the words of a fixed part that a walk converts as a block without testing them.
-// A policy is an object and all reads go through it, so that one may also watch a walk.
+// A policy is an object and all reads go through it, so that one may also watch a walk: those of
+// kelvo_guard.h note what a converting walk would touch, convert nothing, and may end it.
 //
 // The cursor is the only place that compares lengths with what is left. It subtracts before it
 // compares, in 64 bits, and does not move when a test fails.
@@ -35,37 +36,46 @@ inline constexpr u32 kCellBytes = sizeof(kelvo_length_cell);
     return length < 0 ? 0 : static_cast<u64>(length);
 }
 
-struct HostOrder {
+/// What the policies that run a walk have in common.
+struct Running {
+    /// The word at `at` as the walk has it by now.
+    [[nodiscard]] static u32 read(const u8* at) noexcept { return load32(at); }
+    /// The word at `at` as it came, which the walk has not converted.
+    [[nodiscard]] static u32 raw(const u8* at) noexcept { return load32(at); }
+    /// What the walk ends the process without.
+    static void demand(bool) noexcept {}
+    /// Whether the walk is to be given up.
+    [[nodiscard]] static constexpr bool stopped() noexcept { return false; }
+};
+
+struct HostOrder : Running {
     static constexpr bool kConverts = false;
     static void arrive(u8*) noexcept {}
     static void depart(u8*) noexcept {}
     static void fixed(u8*) noexcept {}
     static void value(u32, u8*) noexcept {}
-    [[nodiscard]] static u32 read(const u8* at) noexcept { return load32(at); }
 };
 
-struct FromNetwork {
+struct FromNetwork : Running {
     static constexpr bool kConverts = true;
     static void arrive(u8* at) noexcept { convert32(at); }
     static void depart(u8*) noexcept {}
     static void fixed(u8* at) noexcept { convert32(at); }
     static void value(u32 type, u8* at) noexcept { convert_value(type, at, at); }
-    [[nodiscard]] static u32 read(const u8* at) noexcept { return load32(at); }
 };
 
-struct ToNetwork {
+struct ToNetwork : Running {
     static constexpr bool kConverts = true;
     static void arrive(u8*) noexcept {}
     static void depart(u8* at) noexcept { convert32(at); }
     static void fixed(u8* at) noexcept { convert32(at); }
     static void value(u32 type, u8* at) noexcept { convert_value(type, at, at); }
-    [[nodiscard]] static u32 read(const u8* at) noexcept { return load32(at); }
 };
 
 /// Converts `count` adjacent words of a fixed part.
 template <class Order>
 void fixed_words(Order& order, u8* first, u32 count) noexcept {
-    for (u32 i = 0; i < count; ++i) order.fixed(first + 4 * std::size_t{i});
+    for (u32 i = 0; i < count && !order.stopped(); ++i) order.fixed(first + 4 * std::size_t{i});
 }
 
 /// Reads `count` adjacent words of a fixed part.
