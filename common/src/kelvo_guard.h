@@ -63,7 +63,9 @@ class Watching {
 
   protected:
     void word(const u8* at) const noexcept { block_->touch(at, 4); }
-    void typed(u32 type, const u8* at) const noexcept { block_->touch(at, value_width(type)); }
+    void typed(u32 type, const u8* at) const noexcept {
+        if (const u32 width = value_width(type)) block_->touch(at, width);
+    }
 
   private:
     Block* block_;
