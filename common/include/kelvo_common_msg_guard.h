@@ -109,10 +109,12 @@ KELVO_EXTERN_C_BEGIN
 
 /** The operations. */
 typedef enum kelvo_msg_operation {
+/** @cond */
 #define KELVO_MSG_OPERATION_CONSTANT(number, name, function) KELVO_OPERATION_##name = number,
     KELVO_MSG_OPERATION_LIST(KELVO_MSG_OPERATION_CONSTANT)
 #undef KELVO_MSG_OPERATION_CONSTANT
-        KELVO_OPERATION_COUNT /**< number of operations */
+    /** @endcond */
+    KELVO_OPERATION_COUNT /**< number of operations */
 } kelvo_msg_operation;
 
 /**
@@ -143,7 +145,7 @@ typedef enum kelvo_msg_operation {
  *           behind for want of bytes or for bytes left over
  *         - ::KELVO_ERR_MSG_CONTENT: the operation would stop the process, or leave memory behind
  *           for a pair that is listed twice
- *         - ::KELVO_ERR_NO_MEMORY: ::KELVO_OPERATION_VS_REG and ::KELVO_OPERATION_EDMS_REG only,
+ *         - ::KELVO_ERR_NO_MEMORY: KELVO_OPERATION_VS_REG and KELVO_OPERATION_EDMS_REG only,
  *           with more than 32 pairs, see below
  *         - 0
  *
@@ -155,18 +157,18 @@ typedef enum kelvo_msg_operation {
  *
  *  - The operation itself, once. What a caller then does with fields that the operation does not
  *    check (a bulk request's leading string, the names of a reply) remains the caller's to check.
- *  - ::KELVO_OPERATION_BULK_NEXT, ::KELVO_OPERATION_BULK_REPLY_NEXT and
- *    ::KELVO_OPERATION_NOTIFYSET_NEXT are asked about the whole message as received: the answer
+ *  - KELVO_OPERATION_BULK_NEXT, KELVO_OPERATION_BULK_REPLY_NEXT and
+ *    KELVO_OPERATION_NOTIFYSET_NEXT are asked about the whole message as received: the answer
  *    covers the interpret function (of a notification set,
  *    kelvo_common_notifyset_interpret()) and then every step forward up to one that fails. What
  *    follows the items that a bulk request claims is judged as one more item. The steps through a
  *    notification set that kelvo_lib_notifyset_interpret() accepted never reach outside it, so
- *    ::KELVO_OPERATION_NOTIFYSET_VALUES covers them, too.
- *  - ::KELVO_OPERATION_BULK_BACK and ::KELVO_OPERATION_BULK_REPLY_BACK cover the same steps with
+ *    KELVO_OPERATION_NOTIFYSET_VALUES covers them, too.
+ *  - KELVO_OPERATION_BULK_BACK and KELVO_OPERATION_BULK_REPLY_BACK cover the same steps with
  *    items given back and taken again. They also refuse, with ::KELVO_ERR_MSG_CONTENT, an item that
  *    cannot be taken again: a foreign-ordered one whose name is longer than ::KELVO_BULK_NAME_MAX.
  *    A step back that no step forward came before is the caller's error, whatever the message.
- *  - ::KELVO_OPERATION_LIST and ::KELVO_OPERATION_DATALIST cover every further call on the same
+ *  - KELVO_OPERATION_LIST and KELVO_OPERATION_DATALIST cover every further call on the same
  *    message, too.
  *  - A VS or EDMS registration leaves pairs behind also when memory runs out on the way, which no
  *    message decides; that is not covered.

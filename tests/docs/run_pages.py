@@ -25,6 +25,7 @@ parser.add_argument("build", type=pathlib.Path)
 parser.add_argument("scratch", type=pathlib.Path)
 parser.add_argument("pages", nargs="+", type=pathlib.Path)
 arguments = parser.parse_args()
+scratch = arguments.scratch.resolve()
 
 BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$", re.S | re.M)
 FILE_NAME = re.compile(r"/\* (\w+\.c)\b")
@@ -100,10 +101,10 @@ def run_page(page, directory, environment):
     return failures
 
 
-environment = install(arguments.build, arguments.scratch / "prefix")
+environment = install(arguments.build, scratch / "prefix")
 environment["CFLAGS"] = "-Wall -Wextra -Werror"
 differences = []
 for page in arguments.pages:
-    differences += run_page(page, (arguments.scratch / page.stem).resolve(), environment)
+    differences += run_page(page, scratch / page.stem, environment)
 print("\n\n".join(differences))
 sys.exit(1 if differences else 0)
