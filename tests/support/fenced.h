@@ -19,8 +19,8 @@ namespace kelvo::test {
 
 enum class Ending { returned, reached_outside, stopped };
 
-/// Room for messages of up to 64 KiB. Behind them lie 8 GiB that may not be touched: as far as two
-/// lengths of 32 bits lead.
+/// Room for messages of up to 64 KiB. A page before it may not be touched, nor may 8 GiB behind it:
+/// as far as two lengths of 32 bits lead.
 class Fenced {
   public:
     Fenced() : page_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))) {
@@ -39,13 +39,22 @@ class Fenced {
 
     /// A copy of `bytes` whose last byte is the last one that may be touched. The one before it is
     /// gone.
-    std::uint8_t* place(const Bytes& bytes) {
-        std::uint8_t* const at = base_ + page_ + kRoom - bytes.size();
-        if (!bytes.empty()) std::memcpy(at, bytes.data(), bytes.size());
-        return at;
+    std::uint8_t* place(const Bytes& bytes) { return place(bytes.data(), bytes.size()); }
+    std::uint8_t* place(const std::uint8_t* bytes, std::size_t size) {
+        return copy(base_ + page_ + kRoom - size, bytes, size);
+    }
+
+    /// A copy of `bytes` whose first byte is the first one that may be touched.
+    std::uint8_t* place_first(const std::uint8_t* bytes, std::size_t size) {
+        return copy(base_ + page_, bytes, size);
     }
 
   private:
+    static std::uint8_t* copy(std::uint8_t* to, const std::uint8_t* bytes, std::size_t size) {
+        if (size != 0) std::memcpy(to, bytes, size);
+        return to;
+    }
+
     static constexpr std::size_t kRoom = 64 * 1024;
     static constexpr std::size_t kBehind = std::size_t{8} << 30;
     [[nodiscard]] std::size_t whole() const { return page_ + kRoom + kBehind; }

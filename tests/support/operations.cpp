@@ -92,16 +92,14 @@ void take_list(Call& call, kelvo_startup_list* list) {
     if (list != nullptr) kelvo_common_startup_list_free(&list);
 }
 
-// ---- Conversions, which have no outputs
-// ------------------------------------------------------------
+// ---- Conversions, which have no outputs -------------------------------------------------------
 
 template <auto kConvert>
 void convert(Call& call) {
     call.ends(kConvert(call.msg, call.length));
 }
 
-// ---- Requests
-// --------------------------------------------------------------------------------------
+// ---- Requests ---------------------------------------------------------------------------------
 
 template <auto kInterpret>
 void get(Call& call) {
@@ -240,8 +238,11 @@ void find_grp(Call& call) {
     call.word("group_word", group_word);
 }
 
-// ---- Readers
-// ---------------------------------------------------------------------------------------
+// ---- Readers ----------------------------------------------------------------------------------
+
+/// How far a reader is driven: not at all, through the items, or through the items with each one
+/// given back and taken again.
+enum class Drive { interpret, next, back };
 
 void give(Call& call, const kelvo_bulk_item& item) {
     call.number("operation", item.operation);
@@ -274,22 +275,28 @@ void give_position(Call& call, const Info& info) {
     call.number("index", info.index);
 }
 
-/// Takes items until there is none, however many the message claims. The record of an item that
-/// could not be taken is as it was.
-template <auto kNext, class Info, class Item>
-void take_items(Call& call, Info& info, Item item) {
+/// Takes items until one fails. The record of an item that could not be taken is as it was.
+template <auto kNext, auto kBack, class Item, class Info>
+void take_items(Call& call, Info& info, Drive drive) {
     give_position(call, info);
-    kelvo_status status;
-    while ((status = kNext(&info, &item)) == 0) {
-        give(call, item);
-        give_position(call, info);
-        item = {};
+    if (drive == Drive::interpret) return;
+    for (;;) {
+        for (int again = 0; again < (drive == Drive::back ? 2 : 1); ++again) {
+            if (again != 0) {
+                call.place("back", kBack(&info));
+                give_position(call, info);
+            }
+            Item item = {};
+            const kelvo_status status = kNext(&info, &item);
+            call.number("status of next", status);
+            give(call, item);
+            give_position(call, info);
+            if (status != 0) return;
+        }
     }
-    call.number("status of next", status);
-    give(call, item);
-    give_position(call, info);
 }
 
+template <Drive kDrive>
 void bulk(Call& call) {
     kelvo_bulk_info info = {};
     info.start = &g_unwritten;
@@ -303,9 +310,11 @@ void bulk(Call& call) {
     call.number("word2", info.word2);
     call.place("leading", info.leading);
     call.words("zero", info.zero, 4);
-    take_items<kelvo_common_msg_bulk_next>(call, info, kelvo_bulk_item{});
+    take_items<kelvo_common_msg_bulk_next, kelvo_common_msg_bulk_back, kelvo_bulk_item>(call, info,
+                                                                                        kDrive);
 }
 
+template <Drive kDrive>
 void bulk_reply(Call& call) {
     kelvo_bulk_reply_info info = {};
     info.start = &g_unwritten;
@@ -316,10 +325,11 @@ void bulk_reply(Call& call) {
     call.place("end", info.end);
     call.number("word3", info.word3);
     call.number("word4", info.word4);
-    take_items<kelvo_common_msg_bulk_reply_next>(call, info, kelvo_bulk_reply_item{});
+    take_items<kelvo_common_msg_bulk_reply_next, kelvo_common_msg_bulk_reply_back,
+               kelvo_bulk_reply_item>(call, info, kDrive);
 }
 
-template <auto kInterpret>
+template <auto kInterpret, Drive kDrive>
 void notifyset(Call& call) {
     auto* iterator = unwritten<kelvo_notifyset_iterator>();
     if (!call.ends(kInterpret(call.msg, call.length, &iterator))) {
@@ -331,6 +341,7 @@ void notifyset(Call& call) {
     call.number("zero", iterator->zero);
     call.place("current", iterator->current);
     call.number("index", iterator->index);
+    if (kDrive == Drive::interpret) return std::free(iterator);
 
     iterator->caller_word = 0x1234;
     kelvo_status status;
@@ -355,8 +366,7 @@ void notifyset(Call& call) {
     std::free(iterator);
 }
 
-// ---- Registrations
-// ---------------------------------------------------------------------------------
+// ---- Registrations ----------------------------------------------------------------------------
 
 void nfn_reg(Call& call) {
     std::uint32_t id = kUnwritten;
@@ -469,127 +479,120 @@ void cfg_grp(Call& call) {
     call.word("w1", w1);
 }
 
-// ---- The table
-// -------------------------------------------------------------------------------------
+// ---- The table --------------------------------------------------------------------------------
 
 struct Row {
-    Operation operation;
+    kelvo_msg_operation operation;
     void (*run)(Call&);
 };
 
 constexpr Row kRows[] = {
-    {Operation::get_interpret, get<kelvo_common_msg_get_interpret>},
-    {Operation::get_interpret_endian_ntoh, get<kelvo_common_msg_get_interpret_endian_ntoh>},
-    {Operation::set_interpret, item<kelvo_common_msg_set_interpret, std::int32_t>},
-    {Operation::set_interpret_endian_ntoh,
-     item<kelvo_common_msg_set_interpret_endian_ntoh, std::int32_t>},
-    {Operation::create_interpret, item<kelvo_common_msg_create_interpret, std::int32_t>},
-    {Operation::create_interpret_endian_ntoh,
+    {KELVO_OPERATION_BIND, bind},
+    {KELVO_OPERATION_GET, get<kelvo_common_msg_get_interpret>},
+    {KELVO_OPERATION_GET_NTOH, get<kelvo_common_msg_get_interpret_endian_ntoh>},
+    {KELVO_OPERATION_SET, item<kelvo_common_msg_set_interpret, std::int32_t>},
+    {KELVO_OPERATION_SET_NTOH, item<kelvo_common_msg_set_interpret_endian_ntoh, std::int32_t>},
+    {KELVO_OPERATION_CREATE, item<kelvo_common_msg_create_interpret, std::int32_t>},
+    {KELVO_OPERATION_CREATE_NTOH,
      item<kelvo_common_msg_create_interpret_endian_ntoh, std::int32_t>},
-    {Operation::delete_interpret, item<kelvo_common_msg_delete_interpret, std::int32_t>},
-    {Operation::delete_interpret_endian_ntoh,
+    {KELVO_OPERATION_DELETE, item<kelvo_common_msg_delete_interpret, std::int32_t>},
+    {KELVO_OPERATION_DELETE_NTOH,
      item<kelvo_common_msg_delete_interpret_endian_ntoh, std::int32_t>},
-    {Operation::verify_interpret, item<kelvo_common_msg_verify_interpret, std::uint32_t>},
-    {Operation::verify_interpret_endian_ntoh,
+    {KELVO_OPERATION_VERIFY, item<kelvo_common_msg_verify_interpret, std::uint32_t>},
+    {KELVO_OPERATION_VERIFY_NTOH,
      item<kelvo_common_msg_verify_interpret_endian_ntoh, std::uint32_t>},
-    {Operation::rply_item_get_interpret_ntoh, convert<kelvo_lib_rply_item_get_interpret_ntoh>},
-    {Operation::rply_item_get_interpret_hton, convert<kelvo_lib_rply_item_get_interpret_hton>},
-    {Operation::transtart_interpret, transtart},
-    {Operation::trancommit_interpret, convert<kelvo_common_msg_trancommit_interpret>},
-    {Operation::tranabort_interpret, convert<kelvo_common_msg_tranabort_interpret>},
-    {Operation::item_wrlock_interpret, lock<kelvo_common_msg_item_wrlock_interpret>},
-    {Operation::item_rdlock_interpret, lock<kelvo_common_msg_item_rdlock_interpret>},
-    {Operation::item_unlock_interpret, lock<kelvo_common_msg_item_unlock_interpret>},
-    {Operation::get_items_interpret, get_items<kelvo_common_msg_get_items_interpret>},
-    {Operation::get_items_interpret_endian_ntoh,
-     get_items<kelvo_common_msg_get_items_interpret_endian_ntoh>},
-    {Operation::copy_subtree_interpret, copy_subtree},
-    {Operation::bind_interpret, bind},
-    {Operation::list_interpret, list<kelvo_common_msg_list_interpret>},
-    {Operation::datalist_interpret, list<kelvo_common_msg_datalist_interpret>},
-    {Operation::rply_list_interpret_endian_ntoh,
-     convert<kelvo_lib_rply_list_interpret_endian_ntoh>},
-    {Operation::rply_datalist_interpret_endian_ntoh,
-     convert<kelvo_lib_rply_datalist_interpret_endian_ntoh>},
-    {Operation::find_interpret, find<kelvo_common_msg_find_interpret>},
-    {Operation::find_interpret_endian_ntoh, find<kelvo_common_msg_find_interpret_endian_ntoh>},
-    {Operation::find_interpret_endian_hton, convert<kelvo_common_msg_find_interpret_endian_hton>},
-    {Operation::find_grp_ag_interpret_endian_ntoh, find_grp},
-    {Operation::rply_grp_ag_interpret_endian_ntoh,
-     convert<kelvo_lib_rply_grp_ag_interpret_endian_ntoh>},
-    {Operation::bulk_read, bulk},
-    {Operation::bulk_reply_read, bulk_reply},
-    {Operation::common_notifyset_read, notifyset<kelvo_common_notifyset_interpret>},
-    {Operation::lib_notifyset_read, notifyset<kelvo_lib_notifyset_interpret>},
-    {Operation::nfn_reg_interpret, nfn_reg},
-    {Operation::nfn_unreg_interpret, unreg<kelvo_common_msg_nfn_unreg_interpret>},
-    {Operation::vrfn_unreg_interpret, unreg<kelvo_common_msg_vrfn_unreg_interpret>},
-    {Operation::edm_unreg_interpret, unreg<kelvo_common_msg_edm_unreg_interpret>},
-    {Operation::vrfn_reg_interpret, vrfn_reg},
-    {Operation::vs_reg_interpret, vs_reg},
-    {Operation::vs_unreg_interpret, startup_unreg<kelvo_common_msg_vs_unreg_interpret>},
-    {Operation::edms_unreg_interpret, startup_unreg<kelvo_common_msg_edms_unreg_interpret>},
-    {Operation::edm_reg_interpret, edm_reg},
-    {Operation::edms_reg_interpret, edms_reg},
-    {Operation::cfg_grp_interpret, cfg_grp},
-    {Operation::nfn_reg_interpret_ntoh, convert<kelvo_common_msg_nfn_reg_interpret_ntoh>},
-    {Operation::nfn_reg_interpret_hton, convert<kelvo_common_msg_nfn_reg_interpret_hton>},
-    {Operation::vrfn_reg_interpret_ntoh, convert<kelvo_common_msg_vrfn_reg_interpret_ntoh>},
-    {Operation::vrfn_reg_interpret_hton, convert<kelvo_common_msg_vrfn_reg_interpret_hton>},
-    {Operation::vs_reg_interpret_ntoh, convert<kelvo_common_msg_vs_reg_interpret_ntoh>},
-    {Operation::vs_reg_interpret_hton, convert<kelvo_common_msg_vs_reg_interpret_hton>},
-    {Operation::edms_reg_interpret_ntoh, convert<kelvo_common_msg_edms_reg_interpret_ntoh>},
-    {Operation::edms_reg_interpret_hton, convert<kelvo_common_msg_edms_reg_interpret_hton>},
-    {Operation::edm_reg_interpret_ntoh, convert<kelvo_common_msg_edm_reg_interpret_ntoh>},
-    {Operation::edm_reg_interpret_hton, convert<kelvo_common_msg_edm_reg_interpret_hton>},
-    {Operation::reg_activate_interpret_ntoh, convert<kelvo_common_msg_reg_activate_interpret_ntoh>},
-    {Operation::reg_activate_interpret_hton, convert<kelvo_common_msg_reg_activate_interpret_hton>},
-    {Operation::rply_cb_get_apply_interpret_ntoh,
-     convert<kelvo_lib_rply_cb_get_apply_interpret_ntoh>},
-    {Operation::rply_cb_get_apply_interpret_hton,
-     convert<kelvo_lib_rply_cb_get_apply_interpret_hton>},
-    {Operation::rply_cb_get_verify_interpret_ntoh,
-     convert<kelvo_lib_rply_cb_get_verify_interpret_ntoh>},
-    {Operation::rply_cb_get_verify_interpret_hton,
-     convert<kelvo_lib_rply_cb_get_verify_interpret_hton>},
-    {Operation::errorset_iterate_ntoh, convert<kelvo_vrfn_msg_errorset_iterate_ntoh>},
-    {Operation::errorset_iterate_hton, convert<kelvo_vrfn_msg_errorset_iterate_hton>},
-    {Operation::sm_cb_response_interpret_ntoh,
-     convert<kelvo_common_msg_sm_cb_response_interpret_ntoh>},
-    {Operation::sm_cb_response_interpret_hton,
-     convert<kelvo_common_msg_sm_cb_response_interpret_hton>},
-    {Operation::rply_smset_interpret_ntoh, convert<kelvo_lib_rply_smset_interpret_ntoh>},
-    {Operation::rply_smset_interpret_hton, convert<kelvo_lib_rply_smset_interpret_hton>},
-    {Operation::temp_interpret_ntoh, convert<kelvo_common_msg_temp_interpret_ntoh>},
-    {Operation::temp_interpret_hton, convert<kelvo_common_msg_temp_interpret_hton>},
-    {Operation::rply_temp_interpret_ntoh, convert<kelvo_lib_rply_temp_interpret_ntoh>},
-    {Operation::rply_temp_interpret_hton, convert<kelvo_lib_rply_temp_interpret_hton>},
+    {KELVO_OPERATION_GET_REPLY_NTOH, convert<kelvo_lib_rply_item_get_interpret_ntoh>},
+    {KELVO_OPERATION_GET_REPLY_HTON, convert<kelvo_lib_rply_item_get_interpret_hton>},
+    {KELVO_OPERATION_GET_ITEMS, get_items<kelvo_common_msg_get_items_interpret>},
+    {KELVO_OPERATION_GET_ITEMS_NTOH, get_items<kelvo_common_msg_get_items_interpret_endian_ntoh>},
+    {KELVO_OPERATION_COPY, copy_subtree},
+    {KELVO_OPERATION_FIND, find<kelvo_common_msg_find_interpret>},
+    {KELVO_OPERATION_FIND_NTOH, find<kelvo_common_msg_find_interpret_endian_ntoh>},
+    {KELVO_OPERATION_FIND_HTON, convert<kelvo_common_msg_find_interpret_endian_hton>},
+    {KELVO_OPERATION_FIND_GROUP_NTOH, find_grp},
+    {KELVO_OPERATION_FIND_GROUP_REPLY_NTOH, convert<kelvo_lib_rply_grp_ag_interpret_endian_ntoh>},
+    {KELVO_OPERATION_LIST, list<kelvo_common_msg_list_interpret>},
+    {KELVO_OPERATION_DATALIST, list<kelvo_common_msg_datalist_interpret>},
+    {KELVO_OPERATION_LIST_REPLY_NTOH, convert<kelvo_lib_rply_list_interpret_endian_ntoh>},
+    {KELVO_OPERATION_DATALIST_REPLY_NTOH, convert<kelvo_lib_rply_datalist_interpret_endian_ntoh>},
+    {KELVO_OPERATION_TRANSACTION_START, transtart},
+    {KELVO_OPERATION_TRANSACTION_COMMIT, convert<kelvo_common_msg_trancommit_interpret>},
+    {KELVO_OPERATION_TRANSACTION_ABORT, convert<kelvo_common_msg_tranabort_interpret>},
+    {KELVO_OPERATION_WRITE_LOCK, lock<kelvo_common_msg_item_wrlock_interpret>},
+    {KELVO_OPERATION_READ_LOCK, lock<kelvo_common_msg_item_rdlock_interpret>},
+    {KELVO_OPERATION_UNLOCK, lock<kelvo_common_msg_item_unlock_interpret>},
+    {KELVO_OPERATION_BULK, bulk<Drive::interpret>},
+    {KELVO_OPERATION_BULK_NEXT, bulk<Drive::next>},
+    {KELVO_OPERATION_BULK_BACK, bulk<Drive::back>},
+    {KELVO_OPERATION_BULK_REPLY, bulk_reply<Drive::interpret>},
+    {KELVO_OPERATION_BULK_REPLY_NEXT, bulk_reply<Drive::next>},
+    {KELVO_OPERATION_BULK_REPLY_BACK, bulk_reply<Drive::back>},
+    {KELVO_OPERATION_NOTIFYSET, notifyset<kelvo_common_notifyset_interpret, Drive::interpret>},
+    {KELVO_OPERATION_NOTIFYSET_VALUES, notifyset<kelvo_lib_notifyset_interpret, Drive::next>},
+    {KELVO_OPERATION_NOTIFYSET_NEXT, notifyset<kelvo_common_notifyset_interpret, Drive::next>},
+    {KELVO_OPERATION_APPLY_REPLY_NTOH, convert<kelvo_lib_rply_cb_get_apply_interpret_ntoh>},
+    {KELVO_OPERATION_APPLY_REPLY_HTON, convert<kelvo_lib_rply_cb_get_apply_interpret_hton>},
+    {KELVO_OPERATION_VERIFY_REPLY_NTOH, convert<kelvo_lib_rply_cb_get_verify_interpret_ntoh>},
+    {KELVO_OPERATION_VERIFY_REPLY_HTON, convert<kelvo_lib_rply_cb_get_verify_interpret_hton>},
+    {KELVO_OPERATION_ERRORSET_NTOH, convert<kelvo_vrfn_msg_errorset_iterate_ntoh>},
+    {KELVO_OPERATION_ERRORSET_HTON, convert<kelvo_vrfn_msg_errorset_iterate_hton>},
+    {KELVO_OPERATION_SM_CB_RESPONSE_NTOH, convert<kelvo_common_msg_sm_cb_response_interpret_ntoh>},
+    {KELVO_OPERATION_SM_CB_RESPONSE_HTON, convert<kelvo_common_msg_sm_cb_response_interpret_hton>},
+    {KELVO_OPERATION_SMSET_REPLY_NTOH, convert<kelvo_lib_rply_smset_interpret_ntoh>},
+    {KELVO_OPERATION_SMSET_REPLY_HTON, convert<kelvo_lib_rply_smset_interpret_hton>},
+    {KELVO_OPERATION_TEMP_NTOH, convert<kelvo_common_msg_temp_interpret_ntoh>},
+    {KELVO_OPERATION_TEMP_HTON, convert<kelvo_common_msg_temp_interpret_hton>},
+    {KELVO_OPERATION_TEMP_REPLY_NTOH, convert<kelvo_lib_rply_temp_interpret_ntoh>},
+    {KELVO_OPERATION_TEMP_REPLY_HTON, convert<kelvo_lib_rply_temp_interpret_hton>},
+    {KELVO_OPERATION_NFN_REG, nfn_reg},
+    {KELVO_OPERATION_NFN_REG_NTOH, convert<kelvo_common_msg_nfn_reg_interpret_ntoh>},
+    {KELVO_OPERATION_NFN_REG_HTON, convert<kelvo_common_msg_nfn_reg_interpret_hton>},
+    {KELVO_OPERATION_NFN_UNREG, unreg<kelvo_common_msg_nfn_unreg_interpret>},
+    {KELVO_OPERATION_VRFN_REG, vrfn_reg},
+    {KELVO_OPERATION_VRFN_REG_NTOH, convert<kelvo_common_msg_vrfn_reg_interpret_ntoh>},
+    {KELVO_OPERATION_VRFN_REG_HTON, convert<kelvo_common_msg_vrfn_reg_interpret_hton>},
+    {KELVO_OPERATION_VRFN_UNREG, unreg<kelvo_common_msg_vrfn_unreg_interpret>},
+    {KELVO_OPERATION_VS_REG, vs_reg},
+    {KELVO_OPERATION_VS_REG_NTOH, convert<kelvo_common_msg_vs_reg_interpret_ntoh>},
+    {KELVO_OPERATION_VS_REG_HTON, convert<kelvo_common_msg_vs_reg_interpret_hton>},
+    {KELVO_OPERATION_VS_UNREG, startup_unreg<kelvo_common_msg_vs_unreg_interpret>},
+    {KELVO_OPERATION_EDM_REG, edm_reg},
+    {KELVO_OPERATION_EDM_REG_NTOH, convert<kelvo_common_msg_edm_reg_interpret_ntoh>},
+    {KELVO_OPERATION_EDM_REG_HTON, convert<kelvo_common_msg_edm_reg_interpret_hton>},
+    {KELVO_OPERATION_EDM_UNREG, unreg<kelvo_common_msg_edm_unreg_interpret>},
+    {KELVO_OPERATION_EDMS_REG, edms_reg},
+    {KELVO_OPERATION_EDMS_REG_NTOH, convert<kelvo_common_msg_edms_reg_interpret_ntoh>},
+    {KELVO_OPERATION_EDMS_REG_HTON, convert<kelvo_common_msg_edms_reg_interpret_hton>},
+    {KELVO_OPERATION_EDMS_UNREG, startup_unreg<kelvo_common_msg_edms_unreg_interpret>},
+    {KELVO_OPERATION_REG_ACTIVATE_NTOH, convert<kelvo_common_msg_reg_activate_interpret_ntoh>},
+    {KELVO_OPERATION_REG_ACTIVATE_HTON, convert<kelvo_common_msg_reg_activate_interpret_hton>},
+    {KELVO_OPERATION_CFG_GRP, cfg_grp},
 };
 
 constexpr bool rows_are_in_order() {
     std::uint32_t number = 0;
     for (const Row& row : kRows) {
-        if (row.operation != static_cast<Operation>(number++)) return false;
+        if (row.operation != number++) return false;
     }
     return number == kOperationCount;
 }
 static_assert(rows_are_in_order());
 
 constexpr const char* kNames[] = {
-#define KELVO_TEST_NAME(name) #name,
-    KELVO_TEST_OPERATIONS(KELVO_TEST_NAME)
+#define KELVO_TEST_NAME(number, name, function) #function,
+    KELVO_MSG_OPERATION_LIST(KELVO_TEST_NAME)
 #undef KELVO_TEST_NAME
 };
 
 }  // namespace
 
-const char* name_of(Operation operation) {
-    return kNames[static_cast<std::uint32_t>(operation)];
+const char* name_of(kelvo_msg_operation operation) {
+    return kNames[operation];
 }
 
-void run(Operation operation, void* block, std::uint32_t length, Outcome& outcome) {
+void run(kelvo_msg_operation operation, void* block, std::uint32_t length, Outcome& outcome) {
     Call call(block, length, outcome);
-    kRows[static_cast<std::uint32_t>(operation)].run(call);
+    kRows[operation].run(call);
 }
 
 void Outcome::print(std::ostream& out) const {

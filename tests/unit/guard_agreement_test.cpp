@@ -9,7 +9,7 @@
 
 #include "platform/failing_memory.h"
 #include "support/fenced.h"
-#include "support/guarded.h"
+#include "support/operations.h"
 #include "support/operation_messages.h"
 #include "support/random.h"
 

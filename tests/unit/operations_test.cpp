@@ -16,7 +16,7 @@ namespace {
 
 using namespace kelvo::test;
 
-Outcome outcome_of(Operation operation, Bytes& bytes, std::uint32_t length) {
+Outcome outcome_of(kelvo_msg_operation operation, Bytes& bytes, std::uint32_t length) {
     Outcome outcome;
     outcome.outputs.reserve(100);
     outcome.text.reserve(100);
@@ -30,7 +30,7 @@ TEST(Operations, GivePointersAsOffsets) {
     Message message(Order::host);
     message.word(7).word(8).raw(Bytes(64).data(), 64).word(9).word(0).text("cfg/a");
     Bytes bytes = message.bytes();
-    const Outcome outcome = outcome_of(Operation::nfn_reg_interpret, bytes, message.size());
+    const Outcome outcome = outcome_of(KELVO_OPERATION_NFN_REG, bytes, message.size());
     const Outcome expected{
         0, {{"registration_id", 7}, {"client_block", 48}, {"parameter", 9}, {"path", 128}}, ""};
     EXPECT_EQ(outcome, expected);
@@ -40,7 +40,7 @@ TEST(Operations, CopyListsAndReleaseThem) {
     Message message(Order::host);
     message.word(7).word(0).cell(2).words({1, 2, 3, 4});
     Bytes bytes = message.bytes();
-    const Outcome outcome = outcome_of(Operation::vs_unreg_interpret, bytes, message.size());
+    const Outcome outcome = outcome_of(KELVO_OPERATION_VS_UNREG, bytes, message.size());
     const Outcome expected{0,
                            {{"registration_id", 7},
                             {"entries", 2},
@@ -58,7 +58,7 @@ TEST(Operations, CopyTextsAndReleaseThem) {
     Message names = Message::of_bytes(Order::network, message.bytes());
     names.text("alpha").text("beta");
     Bytes bytes = names.bytes();
-    const Outcome outcome = outcome_of(Operation::cfg_grp_interpret, bytes, names.size());
+    const Outcome outcome = outcome_of(KELVO_OPERATION_CFG_GRP, bytes, names.size());
     EXPECT_EQ(outcome.status, 0U);
     EXPECT_EQ(outcome.text, "cfg/gl/a/config-group/alpha|beta/");
 }
@@ -67,7 +67,7 @@ TEST(Operations, CopyTextsAndReleaseThem) {
 // no length have none.
 TEST(Operations, GiveNothingWhenTheyFail) {
     for (std::uint32_t number = 0; number < kOperationCount; ++number) {
-        const auto operation = static_cast<Operation>(number);
+        const auto operation = static_cast<kelvo_msg_operation>(number);
         Bytes bytes(200);
         put_word(bytes, 48, 1);  // an item get stops the process otherwise
         const Outcome outcome = outcome_of(operation, bytes, 12);
