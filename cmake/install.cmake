@@ -1,10 +1,15 @@
-# What `cmake --install` puts where: the two shared objects, the headers, pkg-config files and a CMake
-# package.
+# What `cmake --install` puts where. Each file belongs to a component, and each component is a package of
+# packaging/: the two shared objects (libkelvoutils, libkelvo-platform), what a program is built with
+# (dev: headers, pkg-config files, a CMake package), programs for people (tools), documentation (doc).
+# What names no component belongs to the one of its room, CMAKE_INSTALL_DEFAULT_COMPONENT_NAME.
 
 include(CMakePackageConfigHelpers)
 
-install(TARGETS kelvoutils kelvo_platform EXPORT kelvoutilsTargets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME dev)
+install(TARGETS kelvoutils EXPORT kelvoutilsTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libkelvoutils NAMELINK_COMPONENT dev)
+install(TARGETS kelvo_platform EXPORT kelvoutilsTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libkelvo-platform NAMELINK_COMPONENT dev)
 install(DIRECTORY common/include/ platform/include/
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
   FILES_MATCHING PATTERN "*.h")
@@ -31,6 +36,8 @@ foreach(package kelvoutils kelvo-platform)
 endforeach()
 
 # The host platform works without a configuration; this one says what could be in it.
-install(FILES platform/host/platform.conf.sample DESTINATION ${CMAKE_INSTALL_DATADIR}/kelvo)
+install(FILES platform/host/platform.conf.sample DESTINATION ${CMAKE_INSTALL_DATADIR}/kelvo
+  COMPONENT tools)
 
-install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+# A package states its licence in its own way.
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT license)

@@ -29,14 +29,32 @@ endif()
 # adds for C++ all the same is left out as long as nothing needs it, which a test checks.
 add_library(kelvo_shared_object INTERFACE)
 target_link_libraries(kelvo_shared_object INTERFACE kelvo_options)
-target_compile_options(kelvo_shared_object INTERFACE
-  -fvisibility=hidden -fstack-protector-strong
+target_compile_options(kelvo_shared_object INTERFACE -fvisibility=hidden
   $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions;-fno-rtti;-fno-threadsafe-statics;-fvisibility-inlines-hidden>)
-target_link_options(kelvo_shared_object INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack LINKER:--as-needed)
-# A sanitizer's own symbols come with the program, not with the shared object.
+target_link_options(kelvo_shared_object INTERFACE LINKER:--as-needed)
 if(NOT KELVO_SANITIZE)
+  # A sanitizer's own symbols come with the program, not with the shared object.
   target_link_options(kelvo_shared_object INTERFACE LINKER:-z,defs)
+  # Nothing runs when they are loaded or unloaded, so the compiler's start files have nothing to do. They
+  # would also take the mark of control-flow protection away: libc's are built without it.
+  target_link_options(kelvo_shared_object INTERFACE -nostartfiles)
 endif()
+
+# They are hardened, whoever builds them; tests/checks/hardening.py looks at the outcome.
+target_compile_options(kelvo_shared_object INTERFACE -fstack-protector-strong -fstack-clash-protection)
+target_link_options(kelvo_shared_object INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|amd64|AMD64")
   target_compile_options(kelvo_shared_object INTERFACE -fcf-protection=full)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+  target_compile_options(kelvo_shared_object INTERFACE -mbranch-protection=standard)
 endif()
+# Fortified functions need the optimiser; a sanitizer sees more without them.
+if(NOT KELVO_SANITIZE)
+  target_compile_options(kelvo_shared_object INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+endif()
+
+# The same sources give the same bytes in whatever folder they are built; tests/checks/reproducible.sh
+# compares two. A debugger that looks for sources should be started in this one.
+target_compile_options(kelvo_shared_object INTERFACE
+  $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=build;-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)

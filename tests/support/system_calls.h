@@ -43,6 +43,15 @@ KELVO_UNWATCHED Function* c_library(const char* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
+/// What formatting answers instead of doing it, 0 for nothing.
+KELVO_UNWATCHED inline int scripted_format() {
+    if (const int code = system_calls.format_fails) {
+        errno = code;
+        return -1;
+    }
+    return system_calls.format_too_long;
+}
+
 }  // namespace kelvo::test
 
 extern "C" {
@@ -76,13 +85,17 @@ KELVO_UNWATCHED int pthread_setspecific(pthread_key_t key, const void* value) no
 
 KELVO_UNWATCHED int vsnprintf(char* buffer, std::size_t size, const char* format,
                               va_list arguments) noexcept {
-    if (const int code = kelvo::test::system_calls.format_fails) {
-        errno = code;
-        return -1;
-    }
-    if (const int length = kelvo::test::system_calls.format_too_long) return length;
+    if (const int scripted = kelvo::test::scripted_format()) return scripted;
     return kelvo::test::c_library<int(char*, std::size_t, const char*, va_list)>("vsnprintf")(
         buffer, size, format, arguments);
+}
+
+/// What vsnprintf() is in a library that is compiled with _FORTIFY_SOURCE.
+KELVO_UNWATCHED int __vsnprintf_chk(char* buffer, std::size_t size, int flag, std::size_t room,
+                                    const char* format, va_list arguments) noexcept {
+    if (const int scripted = kelvo::test::scripted_format()) return scripted;
+    return kelvo::test::c_library<int(char*, std::size_t, int, std::size_t, const char*, va_list)>(
+        "__vsnprintf_chk")(buffer, size, flag, room, format, arguments);
 }
 
 KELVO_UNWATCHED unsigned sleep(unsigned seconds) {
