@@ -29,7 +29,10 @@
  * buffer is interpreted once: a failed one may be partly converted and is to be dropped.
  *
  * What is trusted. The bytes within the given length are hostile and are checked; the pointers,
- * header areas, cells and gather lists that the caller passes are its promise and are not.
+ * header areas, cells and gather lists that the caller passes are its promise and are not. By
+ * contract, some functions touch a few bytes before they check the length, and some follow a count
+ * that nobody checks; their comments say how large the buffer must be then. A receiver whose buffer
+ * is as large as the message asks kelvo_common_msg_guard() first (kelvo_common_msg_guard.h).
  */
 #ifndef KELVO_COMMON_MSG_H
 #define KELVO_COMMON_MSG_H

@@ -26,7 +26,8 @@
  *
  * Each converter takes the message and its length in bytes and returns 0 or the first failure.
  * After a failure, words already converted stay so and the message is to be dropped. Nothing is
- * logged.
+ * logged. Some need a buffer larger than the message, as they say: where there is none, guard
+ * first, with kelvo_common_msg_guard() and the ::kelvo_msg_operation of the function.
  */
 #ifndef KELVO_COMMON_MSG_CALLBACK_H
 #define KELVO_COMMON_MSG_CALLBACK_H

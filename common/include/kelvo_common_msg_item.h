@@ -195,7 +195,8 @@ KELVO_API uint32_t kelvo_common_msg_item_verify_compose(void* header, uint32_t* 
  * the two words at 40 and 44, whatever the length (the buffer must hold at least 48 bytes); then
  * each cell once there is room for it, just before it is tested; last, after all checks, the value
  * by its type, unless it is empty. A failure leaves converted what has been converted; the message
- * is then to be dropped.
+ * is then to be dropped. Where the buffer is no larger than the message, guard first:
+ * kelvo_common_msg_guard() with the ::kelvo_msg_operation of the function.
  */
 /**@{*/
 
@@ -209,7 +210,7 @@ KELVO_API kelvo_status kelvo_common_msg_get_interpret(void* msg, int32_t length,
  * Note: a count other than 1 stops the process with the assertion "castmsg->nameset->count == 1". A
  * message of less than 48 bytes has its unconverted word at 48 tested in the same way before
  * ::KELVO_ERR_MSG_LENGTH is returned, so the buffer must hold at least 52 bytes, and only a get
- * that the transport has already found long enough should come here.
+ * that the transport has already found long enough should come here. The guard answers for both.
  */
 KELVO_API kelvo_status kelvo_common_msg_get_interpret_endian_ntoh(void* msg, int32_t length,
                                                                   char** path,
@@ -271,6 +272,9 @@ KELVO_API kelvo_status kelvo_common_msg_verify_interpret_endian_ntoh(
  *     ::KELVO_ERR_MSG_LENGTH
  *  -# a result status other than 0: ::KELVO_ERR_REPLY_FAILED, with the value unconverted
  *  -# the value is converted by its type, unless it is empty or has no type; 0
+ *
+ * Where the buffer is no larger than the reply, guard first: kelvo_common_msg_guard() with
+ * ::KELVO_OPERATION_GET_REPLY_NTOH.
  */
 KELVO_API kelvo_status kelvo_lib_rply_item_get_interpret_ntoh(void* reply, uint32_t length);
 

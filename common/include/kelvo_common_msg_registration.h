@@ -33,8 +33,9 @@
  *
  * What is trusted: the bytes within the given length are hostile and are checked by `_interpret`.
  * Several converters reach beyond a malformed message before they find it so, or do not look at the
- * length at all. Each says how large the buffer must be; a receiver that cannot promise that checks
- * the message before it converts it.
+ * length at all. Each says how large the buffer must be; a receiver that cannot promise that guards
+ * first: kelvo_common_msg_guard() with the ::kelvo_msg_operation of the converter. Two readers keep
+ * memory when they fail, which the guard knows beforehand, too.
  */
 #ifndef KELVO_COMMON_MSG_REGISTRATION_H
 #define KELVO_COMMON_MSG_REGISTRATION_H
@@ -302,6 +303,8 @@ KELVO_API kelvo_status kelvo_common_msg_vrfn_reg_interpret(void* msg, uint32_t l
  *         for it, ::KELVO_ERR_NO_MEMORY; ::KELVO_ERR_MSG_LENGTH, bytes left over; 0
  *
  * Note: entries that were added before a failure are not released. They are lost to the process.
+ * Guard first, with kelvo_common_msg_guard() and ::KELVO_OPERATION_VS_REG, and a message cannot
+ * bring that about.
  *
  * Note: the time is that of the message, however many pairs it lists. Beyond 32 pairs they are also
  * kept in a set, to find one that is listed twice; the set is released again, and lack of memory

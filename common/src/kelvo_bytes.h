@@ -38,8 +38,12 @@ inline void store32(void* at, u32 word) noexcept {
 /// for what a sender of the other byte order wrote in its own. Either is its own inverse.
 inline constexpr bool kHostIsNetwork = std::endian::native == std::endian::big;
 
+[[nodiscard]] constexpr u32 reversed32(u32 word) noexcept {
+    return __builtin_bswap32(word);
+}
+
 [[nodiscard]] constexpr u32 network32(u32 word) noexcept {
-    return kHostIsNetwork ? word : __builtin_bswap32(word);
+    return kHostIsNetwork ? word : reversed32(word);
 }
 
 /// Converts the word at `at` between host and network order.
@@ -49,7 +53,7 @@ inline void convert32(void* at) noexcept {
 
 /// Reverses the word at `at`.
 inline void reverse32(void* at) noexcept {
-    store32(at, __builtin_bswap32(load32(at)));
+    store32(at, reversed32(load32(at)));
 }
 
 /// The two words of a 64-bit field, in the order in which they lie in memory. They travel as two

@@ -156,7 +156,7 @@ bool can_be_taken_again(const u8* item) {
     ItemOrder before;
     ItemOrder after;
     before.tell_from(raw);
-    after.tell_from(__builtin_bswap32(raw));
+    after.tell_from(reversed32(raw));
     return !before.foreign() || !after.foreign();
 }
 

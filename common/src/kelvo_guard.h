@@ -108,7 +108,7 @@ class GuardItemOrder : public Watching {
         if (foreign()) typed(type, at);
     }
     [[nodiscard]] u32 read(const u8* at) const noexcept {
-        return foreign() ? __builtin_bswap32(raw(at)) : raw(at);
+        return foreign() ? reversed32(raw(at)) : raw(at);
     }
 
   private:

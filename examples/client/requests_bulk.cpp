@@ -54,6 +54,7 @@ class Builder {
 };
 
 kelvo_status read_outcomes(Message& reply, std::size_t count, std::vector<Outcome>& outcomes) {
+    if (const kelvo_status status = reply.guard(KELVO_OPERATION_BULK_REPLY_NEXT)) return status;
     kelvo_bulk_reply_info info;
     if (const kelvo_status status =
             kelvo_common_msg_bulk_reply_interpret(reply.data(), reply.length(), &info))

@@ -47,14 +47,16 @@ kelvo_status call_item(Session& session, ItemComposer compose, const std::string
 // The library answers KELVO_ERR_REPLY_FAILED for any refusal; which one it was stands in the reply.
 kelvo_status read_result(Message& reply, Value* value) {
     if (reply.frame().kind != Kind::result) throw std::runtime_error("the reply is no result");
+    if (const kelvo_status status = reply.guard(KELVO_OPERATION_GET_REPLY_NTOH)) return status;
     const kelvo_status status =
         kelvo_lib_rply_item_get_interpret_ntoh(reply.data(), reply.length());
+    if (status != 0 && status != KELVO_ERR_REPLY_FAILED) return status;
     kelvo_rply_item_get fixed;
     std::memcpy(&fixed, reply.data(), sizeof fixed);
     if (status == KELVO_ERR_REPLY_FAILED) return fixed.result;
-    if (status == 0 && value != nullptr)
+    if (value != nullptr)
         *value = value_from(fixed.type, reply.data() + sizeof fixed, fixed.length);
-    return status;
+    return 0;
 }
 
 // The composer always writes this library's protocol version; a wrong one has to be forged.

@@ -12,8 +12,15 @@
 namespace example {
 namespace {
 
-using ReplyConverter = decltype(&kelvo_lib_rply_list_interpret_endian_ntoh);
 using EntryReader = Entry (*)(Reader&);
+
+// Either kind of reply: what converts it, by the guard's name and by its own, and what reads an
+// entry.
+struct ReplyKind {
+    kelvo_msg_operation operation;
+    decltype(&kelvo_lib_rply_list_interpret_endian_ntoh) convert;
+    EntryReader read_entry;
+};
 
 Entry name_entry(Reader& reader) {
     const auto fixed = reader.fixed<kelvo_rply_list_entry>();
@@ -28,19 +35,24 @@ Entry item_entry(Reader& reader) {
     return {std::move(name), std::move(value), fixed.word2};
 }
 
-// The converters take the places of later groups from the reply's own lengths, without a test. This
-// server sends one group, so a reply of any other number is not converted.
-Listing read_listing(Message reply, ReplyConverter convert, EntryReader read_entry) {
+constexpr ReplyKind kNames = {KELVO_OPERATION_LIST_REPLY_NTOH,
+                              kelvo_lib_rply_list_interpret_endian_ntoh, name_entry};
+constexpr ReplyKind kItems = {KELVO_OPERATION_DATALIST_REPLY_NTOH,
+                              kelvo_lib_rply_datalist_interpret_endian_ntoh, item_entry};
+
+// The converters take the places of later groups from the reply's own lengths, without a test; the
+// guard looks at these. This server sends one group.
+Listing read_listing(Message reply, const ReplyKind& kind) {
     if (reply.frame().kind == Kind::result) return {read_result(reply), {}, false};
-    if (network(fixed_part<kelvo_rply_list>(reply.data()).groups) != 1)
-        return {KELVO_ERR_MSG_CONTENT, {}, false};
-    if (const kelvo_status status = convert(reply.data(), reply.length()))
+    if (const kelvo_status status = reply.guard(kind.operation)) return {status, {}, false};
+    if (const kelvo_status status = kind.convert(reply.data(), reply.length()))
         return {status, {}, false};
     Reader reader(reply);
-    reader.fixed<kelvo_rply_list>();
+    if (reader.fixed<kelvo_rply_list>().groups != 1) return {KELVO_ERR_MSG_CONTENT, {}, false};
     const auto group = reader.fixed<kelvo_rply_list_group>();
     Listing listing{0, {}, group.word1 != 0};
-    for (std::uint32_t i = 0; i < group.entries; ++i) listing.entries.push_back(read_entry(reader));
+    for (std::uint32_t i = 0; i < group.entries; ++i)
+        listing.entries.push_back(kind.read_entry(reader));
     return listing;
 }
 
@@ -53,8 +65,7 @@ Listing list(Session& session, const std::string& base, const std::string& after
     kelvo_slot slots[7];
     kelvo_common_msg_list_compose(&header, &base_length.length, &after_length.length, base.c_str(),
                                   after.c_str(), limit, 0, 0, 0, 0, 0, slots);
-    return read_listing(session.call(&header, slots), kelvo_lib_rply_list_interpret_endian_ntoh,
-                        name_entry);
+    return read_listing(session.call(&header, slots), kNames);
 }
 
 Listing datalist(Session& session, const std::string& base, const std::string& after,
@@ -64,8 +75,7 @@ Listing datalist(Session& session, const std::string& base, const std::string& a
     kelvo_slot slots[7];
     kelvo_common_msg_datalist_compose(&header, &base_length.length, &after_length.length,
                                       base.c_str(), after.c_str(), limit, 0, 0, 0, 0, 0, slots);
-    return read_listing(session.call(&header, slots), kelvo_lib_rply_datalist_interpret_endian_ntoh,
-                        item_entry);
+    return read_listing(session.call(&header, slots), kItems);
 }
 
 Listing find(Session& session, const std::string& pattern, const std::string& after,
@@ -76,8 +86,7 @@ Listing find(Session& session, const std::string& pattern, const std::string& af
     kelvo_common_msg_find_compose(&header, &pattern_length.length, &after_length.length,
                                   pattern.c_str(), after.c_str(), limit, 0, 0, 0, 0, 0, 0, 0, 0,
                                   slots);
-    return read_listing(session.call(&header, slots), kelvo_lib_rply_datalist_interpret_endian_ntoh,
-                        item_entry);
+    return read_listing(session.call(&header, slots), kItems);
 }
 
 Listing get_items(Session& session, const std::string& base, std::vector<std::string> names) {
@@ -91,8 +100,7 @@ Listing get_items(Session& session, const std::string& base, std::vector<std::st
     kelvo_common_msg_get_items_compose(&header, texts.data(), &lengths.data()->length, base.c_str(),
                                        &base_length.length,
                                        static_cast<std::uint32_t>(names.size()), 0, slots.data());
-    return read_listing(session.call(&header, slots), kelvo_lib_rply_datalist_interpret_endian_ntoh,
-                        item_entry);
+    return read_listing(session.call(&header, slots), kItems);
 }
 
 kelvo_status find_group(Session& session, const std::string& group, std::uint32_t& items) {
@@ -102,6 +110,8 @@ kelvo_status find_group(Session& session, const std::string& group, std::uint32_
     kelvo_common_msg_find_grp_ag_ah_compose(&header, &length.length, group.c_str(), 0, slots, 1);
     Message reply = session.call(&header, slots);
     if (reply.frame().kind == Kind::result) return read_result(reply);
+    if (const kelvo_status status = reply.guard(KELVO_OPERATION_FIND_GROUP_REPLY_NTOH))
+        return status;
     if (const kelvo_status status =
             kelvo_lib_rply_grp_ag_interpret_endian_ntoh(reply.data(), reply.length()))
         return status;

@@ -57,7 +57,8 @@ std::vector<Notification> next_notifications(Session& session, std::uint32_t& id
     Message event = session.next_event();
     id = event.frame().number;
     kelvo_notifyset_iterator* set = nullptr;
-    if (kelvo_lib_notifyset_interpret(event.data(), event.length(), &set) != 0)
+    if (event.guard(KELVO_OPERATION_NOTIFYSET_VALUES) != 0 ||
+        kelvo_lib_notifyset_interpret(event.data(), event.length(), &set) != 0)
         throw std::runtime_error("the event is no notification set");
     const std::unique_ptr<kelvo_notifyset_iterator, decltype(&std::free)> owner(set, &std::free);
     std::vector<Notification> all;

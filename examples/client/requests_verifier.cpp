@@ -56,7 +56,8 @@ std::uint32_t fetch_callback(Session& session) {
 
 Callback read_callback(Session& session, std::uint32_t number) {
     Message reply = session.reply_to(number);
-    if (kelvo_lib_rply_cb_get_verify_interpret_ntoh(reply.data(), reply.length()) != 0)
+    if (reply.guard(KELVO_OPERATION_VERIFY_REPLY_NTOH) != 0 ||
+        kelvo_lib_rply_cb_get_verify_interpret_ntoh(reply.data(), reply.length()) != 0)
         throw std::runtime_error("the reply is no callback");
     Reader reader(reply);
     const auto fixed = reader.fixed<kelvo_rply_cb_verify>();

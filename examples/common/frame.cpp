@@ -71,7 +71,8 @@ Frame frame_of(const void* message) {
 }
 
 std::uint32_t Message::type() const {
-    std::uint32_t type;
+    std::uint32_t type = 0;
+    if (length() < sizeof(kelvo_msg_header)) return type;
     std::memcpy(&type, data() + offsetof(kelvo_msg_header, type), sizeof type);
     return type;
 }
@@ -101,8 +102,8 @@ Receiver::State Receiver::read_from(int socket) {
 
 Message Receiver::take() {
     bytes_.resize(have_);
-    bytes_.resize(have_ + kSlack);
-    Message message(std::move(bytes_), static_cast<std::uint32_t>(have_));
+    bytes_.shrink_to_fit();
+    Message message(std::move(bytes_));
     bytes_.clear();
     have_ = 0;
     want_ = sizeof(Frame);

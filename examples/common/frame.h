@@ -19,17 +19,13 @@
 #include <span>
 #include <vector>
 
-#include "kelvo_types.h"
+#include "kelvo_common_msg_guard.h"
 
 namespace example {
 
 inline constexpr std::uint32_t kFrameMagic = 0x4b454c56;
 inline constexpr std::uint32_t kMaxRequest = 1u << 20;
 inline constexpr std::uint32_t kMaxReply = 16u << 20;
-
-// Converting readers touch fixed words before they look at the length, so whatever arrives is kept
-// with this many zero bytes behind it. The largest fixed part of any message is 136 bytes.
-inline constexpr std::size_t kSlack = 256;
 
 enum class Kind : std::uint32_t {
     request = 1,  // from client to server
@@ -52,24 +48,27 @@ void seal(void* header, Kind kind, std::uint32_t number, std::uint32_t length);
 /// Reads the frame at the start of a message, in host order.
 Frame frame_of(const void* message);
 
-/// A received message: its bytes, with kSlack zero bytes behind them.
+/// A received message: its bytes and nothing behind them. Several of the library's readers would
+/// reach beyond a malformed message, so each message is shown to the guard before it is read.
 class Message {
   public:
-    Message() : bytes_(kSlack) {}
-    Message(std::vector<std::uint8_t> bytes, std::uint32_t length)
-        : bytes_(std::move(bytes)), length_(length) {}
+    Message() = default;
+    explicit Message(std::vector<std::uint8_t> bytes) : bytes_(std::move(bytes)) {}
 
     std::uint8_t* data() { return bytes_.data(); }
     const std::uint8_t* data() const { return bytes_.data(); }
-    std::uint32_t length() const { return length_; }
+    std::uint32_t length() const { return static_cast<std::uint32_t>(bytes_.size()); }
     Frame frame() const { return frame_of(data()); }
-    /// The message type; meaningful when the common header has arrived whole.
+    /// The message type; 0 when the common header has not arrived whole.
     std::uint32_t type() const;
-    std::span<const std::uint8_t> bytes() const { return {data(), length_}; }
+    std::span<const std::uint8_t> bytes() const { return bytes_; }
+    /// 0 when the message may be given to an operation of the library.
+    kelvo_status guard(kelvo_msg_operation operation) const {
+        return kelvo_common_msg_guard(operation, data(), length());
+    }
 
   private:
     std::vector<std::uint8_t> bytes_;
-    std::uint32_t length_ = 0;
 };
 
 /// Collects one message at a time from a stream socket. Memory grows with the bytes that arrive,

@@ -40,8 +40,7 @@ inline std::uint64_t join_words(const std::uint32_t (&words)[2]) {
     return value;
 }
 
-/// A fixed part of a received message. Messages have slack behind them, so a part that the message
-/// is too short for reads as zero.
+/// A fixed part of a message that is long enough to have it.
 template <typename T>
 T fixed_part(const void* at) {
     static_assert(std::is_trivially_copyable_v<T>);

@@ -20,9 +20,9 @@ struct Operation {
 
 // The reader leaves the leading string to its caller: it must lie in the message and end in NUL.
 kelvo_status check_leading(const Request& request) {
+    if (request.length() < sizeof(kelvo_msg_bulk)) return KELVO_ERR_MSG_LENGTH;
     const auto fixed = fixed_part<kelvo_msg_bulk>(request.message.data());
     const std::uint32_t length = network(fixed.leading.length);
-    if (request.length() < sizeof fixed) return KELVO_ERR_MSG_LENGTH;
     if (length > request.length() - sizeof fixed) return KELVO_ERR_MSG_LENGTH;
     if (length == 0 || request.message.data()[sizeof fixed + length - 1] != 0)
         return KELVO_ERR_MSG_CONTENT;

@@ -34,14 +34,6 @@ kelvo_status read_verify(void* message, std::int32_t length, char** path, std::u
         message, static_cast<std::uint32_t>(length), path, type, value, value_length, argument);
 }
 
-// What the converting get reader would end the process for, found out beforehand: its assertion is
-// there for a sender that this process trusts, and a server trusts nobody.
-kelvo_status safe_to_read_get(const Request& request) {
-    if (request.length() < offsetof(kelvo_msg_item_request, names) + 4) return KELVO_ERR_MSG_LENGTH;
-    const auto fixed = fixed_part<kelvo_msg_item_request>(request.message.data());
-    return network(fixed.names.length) == 1 ? 0 : KELVO_ERR_MSG_CONTENT;
-}
-
 bool same(const Value& a, const Value& b) {
     std::uint32_t equal = 0;
     return a.type == b.type && a.bytes.size() == b.bytes.size() &&
@@ -63,7 +55,6 @@ std::optional<Reply> store(Request& request, Item& item) {
 }  // namespace
 
 std::optional<Reply> handle_get(Request& request) {
-    if (const kelvo_status status = safe_to_read_get(request)) return result(status);
     char* path;
     std::uint32_t argument;
     if (const kelvo_status status = kelvo_common_msg_get_interpret_endian_ntoh(

@@ -19,8 +19,7 @@ std::vector<std::uint8_t> bytes_of(const std::optional<Value>& value, std::uint3
     return value->bytes;
 }
 
-// The callback: a verify reply, laid out in host order and converted by the library. The converter
-// may touch a few bytes behind the reply before it finds that there is room.
+// The callback: a verify reply, laid out in host order and converted by the library.
 Reply callback(std::uint32_t id, const Effects& effects) {
     Layout layout(Layout::Order::host);
     kelvo_rply_cb_verify fixed{};
@@ -38,10 +37,8 @@ Reply callback(std::uint32_t id, const Effects& effects) {
             .value(bytes_of(effect.after, entry.type));
     }
     std::vector<std::uint8_t> message = layout.take();
-    const std::size_t length = message.size();
-    message.resize(length + kSlack);
-    kelvo_lib_rply_cb_get_verify_interpret_hton(message.data(), static_cast<std::uint32_t>(length));
-    message.resize(length);
+    kelvo_lib_rply_cb_get_verify_interpret_hton(message.data(),
+                                                static_cast<std::uint32_t>(message.size()));
     return {Kind::answer, std::move(message)};
 }
 

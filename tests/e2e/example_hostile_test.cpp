@@ -6,6 +6,7 @@
 #include <random>
 
 #include "e2e/messages.h"
+#include "kelvo_common_msg.h"
 
 namespace kelvo::test {
 namespace {
@@ -78,6 +79,36 @@ TEST_F(HostileClient, WrongCountInAGetIsAnsweredAndStopsNothing) {
             EXPECT_EQ(ask(connection, get), KELVO_ERR_MSG_LENGTH) << length;
         }
     }
+}
+
+// Nothing stands behind a message that the server has received: the guard must refuse whatever a
+// reader would reach beyond.
+TEST_F(HostileClient, MessagesThatReadersWouldReachBeyondAreRefused) {
+    const Order net = Order::network;
+    const Bytes registered = registration(KELVO_MSG_VRFN_REG, 7)
+                                 .words({0, 0, 0, 0, 2, 0})
+                                 .text("oper/net/if/lo/a")
+                                 .bytes();
+    const Bytes activated =
+        Message(net, KELVO_MSG_CB_RPLY_VERIFY).words({0, 0, 1, 1, 0, 0, 1, 2}).bytes();
+    const auto bulk = [&](std::uint32_t items) {
+        return Message(net, KELVO_MSG_BULK).words({0, 0, items, 0, 0, 0}).text("oper/net/if/");
+    };
+    const Bytes foreign_item =
+        bulk(1).words({2, 0, KELVO_VALUE_INT8, 0}).text("lo/bulk").cell(8).bytes();
+    const Bytes half_an_item_more = bulk(0).words({0, 0, 0, 0}).bytes();
+    const Bytes list =
+        Message(net, KELVO_MSG_LIST).words({9, 0, 0, 0, 0, 0, 0, 0}).text("oper/net/if/").bytes();
+    const Bytes lock = Message(net, KELVO_MSG_ITEM_WRLOCK).bytes();
+
+    const RawConnection connection(local_);
+    ASSERT_EQ(ask(connection, bind_message()), 0u);
+    for (const Bytes& message : {registered, Bytes(registered.begin(), registered.begin() + 132),
+                                 activated, foreign_item, half_an_item_more, list, lock}) {
+        SCOPED_TRACE(testing::Message() << "type " << word_at(message, 24));
+        EXPECT_EQ(ask(connection, message), KELVO_ERR_MSG_LENGTH);
+    }
+    EXPECT_EQ(ask(connection, bulk(0).bytes()), 0u);
 }
 
 TEST_F(HostileClient, AskingWithoutReadingDoesNotHoardReplies) {
