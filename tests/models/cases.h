@@ -4,7 +4,11 @@
 // for each length every way in which a model's steps can go.
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <cstdio>
+#include <sstream>
+#include <string>
 
 #include "models/models.h"
 
@@ -21,6 +25,31 @@ struct Case {
     /// Bytes that the operation needs around the message.
     [[nodiscard]] u64 room() const { return std::max(message.reach(), message.len); }
 };
+
+inline std::string hex(const u8* bytes, u64 size) {
+    std::string text;
+    for (u64 i = 0; i < size; ++i) {
+        char byte[8];
+        std::snprintf(byte, sizeof byte, i % 8 == 0 ? "\n%02x" : " %02x", bytes[i]);
+        text += byte;
+    }
+    return text;
+}
+
+/// A case for people.
+inline std::string description(const Case& c) {
+    std::ostringstream text;
+    text << test::name_of(c.model.operation) << " on a message of " << c.length()
+         << " bytes in a block of " << c.room() << hex(c.message.before(), c.room());
+    if (c.end == Case::stops) text << "\nis expected to stop the process.";
+    if (c.end == Case::out_of_room) text << "\nis expected to reach beyond the block.";
+    if (c.end != Case::done) return text.str();
+    text << "\nis expected to come to ";
+    c.expected.outcome.print(text);
+    text << ", " << c.expected.left_behind << " left behind, and to leave"
+         << hex(c.message.after(), c.room());
+    return text.str();
+}
 
 /// Bytes of a message beyond its fixed part that are tried, and those that a block has beyond
 /// those.

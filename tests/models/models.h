@@ -3,19 +3,26 @@
 // The model of every operation that takes a received buffer.
 #pragma once
 
+#include <algorithm>
+
 #include "models/message.h"
 
 namespace kelvo::model {
 
-/// How far an operation may reach, as its header says: so many bytes whatever the length of the
-/// message, and so many more than the message.
+/// How far an operation reaches, as its header says: no further than so many bytes whatever the
+/// length of the message, or so many more than the message. Of messages shorter than `holds_from`
+/// nothing is said: what they claim is followed.
 struct Reach {
     u64 least;
     u64 beyond;
+    u64 holds_from = 0;
+
+    [[nodiscard]] bool holds_for(u64 length) const { return length >= holds_from; }
+    [[nodiscard]] u64 of(u64 length) const { return std::max(least, length + beyond); }
 };
 
-/// The reach of an operation that follows what the message claims.
-inline constexpr u64 kAsClaimed = ~u64{0};
+/// No message is long enough.
+inline constexpr u64 kNever = ~u64{0};
 
 struct Model {
     kelvo_msg_operation operation;

@@ -24,16 +24,6 @@ using kelvo::test::name_of;
 using kelvo::test::Observer;
 using kelvo::test::Outcome;
 
-std::string hex(const u8* bytes, u64 size) {
-    std::string text;
-    for (u64 i = 0; i < size; ++i) {
-        char byte[8];
-        std::snprintf(byte, sizeof byte, i % 8 == 0 ? "\n%02x" : " %02x", bytes[i]);
-        text += byte;
-    }
-    return text;
-}
-
 class OperationsModel : public testing::TestWithParam<u32> {
   protected:
     OperationsModel() {
@@ -55,12 +45,7 @@ class OperationsModel : public testing::TestWithParam<u32> {
             std::memcmp(block, c.message.after(), size) == 0) {
             return true;
         }
-        ADD_FAILURE() << name_of(c.model.operation) << " on a message of " << c.length()
-                      << " bytes in a block of " << size << hex(c.message.before(), size)
-                      << "\nis expected to come to " << testing::PrintToString(c.expected.outcome)
-                      << ", " << c.expected.left_behind << " left behind, and leave"
-                      << hex(c.message.after(), size)
-                      << (inside ? "\ncomes to " : "\nreaches outside; ")
+        ADD_FAILURE() << description(c) << (inside ? "\nComes to " : "\nReaches outside; ")
                       << testing::PrintToString(outcome_) << ", " << outstanding
                       << " left behind, and leaves" << hex(block, size);
         return false;
@@ -82,8 +67,7 @@ TEST_P(OperationsModel, AgreesOnEveryMessage) {
         return agrees(c);
     });
     RecordProperty("cases", std::to_string(cases));
-    std::printf("%s: %lu cases, %lu run, %lu accepted\n", name_of(model.operation), cases, run,
-                accepted);
+    RecordProperty("run", std::to_string(run));
     EXPECT_GT(accepted, 0U);
 }
 
