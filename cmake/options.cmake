@@ -35,6 +35,8 @@ target_link_options(kelvo_shared_object INTERFACE LINKER:--as-needed)
 if(NOT KELVO_SANITIZE)
   # A sanitizer's own symbols come with the program, not with the shared object.
   target_link_options(kelvo_shared_object INTERFACE LINKER:-z,defs)
+endif()
+if(NOT KELVO_SANITIZE AND NOT KELVO_COVERAGE)
   # Nothing runs when they are loaded or unloaded, so the compiler's start files have nothing to do. They
   # would also take the mark of control-flow protection away: libc's are built without it.
   target_link_options(kelvo_shared_object INTERFACE -nostartfiles)
@@ -58,3 +60,14 @@ endif()
 # compares two. A debugger that looks for sources should be started in this one.
 target_compile_options(kelvo_shared_object INTERFACE
   $<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=build;-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>)
+
+# Counters that lie in a mapped file as they grow, so that a process that aborts or is left by _exit()
+# counts too.
+add_library(kelvo_coverage INTERFACE)
+target_compile_options(kelvo_coverage INTERFACE
+  -fprofile-instr-generate -fcoverage-mapping
+  -fprofile-update=atomic "SHELL:-mllvm -runtime-counter-relocation")
+target_link_options(kelvo_coverage INTERFACE -fprofile-instr-generate)
+if(KELVO_COVERAGE)
+  target_link_libraries(kelvo_shared_object INTERFACE kelvo_coverage)
+endif()

@@ -24,9 +24,8 @@ class ItemOrder : public Running {
     }
     static void depart(u8*) noexcept {}
     void fixed(u8* at) const noexcept { arrive(at); }
-    void value(u32 type, u8* at) const noexcept {
-        if (foreign_) reverse_value(type, at, at);
-    }
+    /// Of a foreign item: the value of a native one is not looked at.
+    static void value(u32 type, u8* at) noexcept { reverse_value(type, at, at); }
 
   private:
     bool foreign_ = false;

@@ -30,9 +30,9 @@ bool holds_syntax(const char* text, bool dot_is_special) {
     return *find_syntax(text, dot_is_special) != '\0';
 }
 
-bool ends_in_slash(const char* text) {
-    const std::size_t chars = std::strlen(text);
-    return chars != 0 && text[chars - 1] == '/';
+/// Of a component, which is never empty.
+bool ends_in_slash(const char* component) {
+    return component[std::strlen(component) - 1] == '/';
 }
 
 /// Components of a path that is not empty: a "/" that ends the path begins no further one.

@@ -167,6 +167,12 @@ TEST(RegexGuard, AHashHidesWhatFollowsOnlyInFreeSpacing) {
     EXPECT_EQ(Compiled("(?:(?x)a)" + plain.levels(17)).error(), kBadPattern);
 }
 
+TEST(RegexGuard, ControlCharactersNestInAClassToo) {
+    const auto control = [](std::size_t levels) { return "[" + repeated("\\c", levels) + "a]"; };
+    EXPECT_EQ(Compiled(control(33)).error(), 0);
+    EXPECT_EQ(Compiled(control(34)).error(), kBadPattern);
+}
+
 TEST(RegexGuard, ACallOfAGroupCountsAsItsNesting) {
     const auto chain = [](std::size_t calls) {
         std::string pattern;
@@ -203,7 +209,7 @@ TEST(RegexGuard, CalloutsAreRefused) {
 
 TEST(RegexGuard, ABeginningOfANamedClassIsRefused) {
     for (const char* pattern : {"[[:]", "[[:alpha]]", "[[:alphabet:]]", "[[:Alpha:]]", "[a[:]b]",
-                                "[[:aaaaaaaaaaaaaaaaaaaaaaaaa:]", "[[:^]]"}) {
+                                "[[:aaaaaaaaaaaaaaaaaaaaaaaaa:]", "[[:^]]", "[[:alpha:x]]"}) {
         EXPECT_EQ(Compiled(pattern).error(), kBadPattern) << pattern;
     }
     for (const char* pattern : {"[:a]", "[[:^alpha:]]", "[[:xdigit:]]", "[a:[b]]", "[\\[:]"}) {
@@ -229,6 +235,7 @@ TEST(RegexGuard, BasicSyntaxHasGroupsOfItsOwn) {
     EXPECT_EQ(Compiled("a" + repeated("\\{1,2\\}", 66), KELVO_REGEX_NOSUB).error(), kBadPattern);
     EXPECT_EQ(Compiled("a{1,2}", KELVO_REGEX_NOSUB).match("xa{1,2}"), 0);
     EXPECT_EQ(Compiled("(*", KELVO_REGEX_NOSUB).match("x((("), 0);
+    EXPECT_EQ(Compiled(repeated("[[]", 100), KELVO_REGEX_NOSUB).match(repeated("[", 100)), 0);
 }
 
 TEST(RegexGuard, PatternsOfAnyBytesAreReadToTheirEnd) {

@@ -6,15 +6,18 @@
 
 #include "support/resolver_fixture.h"
 
-/// "cfg" meets an operation that there is not, "data" a result that there is not; any other first
-/// component ends as it should.
+/// "cfg" meets an operation that there is not, "data" a result that there is not; the walk goes on
+/// behind the end of any other path, where there is no component, and ends as it should.
 const kelvo_nr_dfa_state kelvo_nr_dfa_state_table[KELVO_NR_DFA_STATES] = {
     /* 0 */ {KELVO_NR_DFA_MATCH, 0x1b2b0, 1, 2},  // "cfg"
     /* 1 */ {0x49a0c016, 0, 5, 5},
     /* 2 */ {KELVO_NR_DFA_MATCH, 0x3881da, 3, 4},  // "data"
     /* 3 */ {KELVO_NR_DFA_RESULT, 0x61efc616, 0, 0},
-    /* 4 */ {KELVO_NR_DFA_NO_OPERATION, 0, 5, 0},
+    /* 4 */ {KELVO_NR_DFA_NO_OPERATION, 0, 6, 0},
     /* 5 */ {KELVO_NR_DFA_RESULT, KELVO_NR_DFA_LOCAL, 0, 0},
+    /* 6 */ {KELVO_NR_DFA_ADVANCE, 0, 6, 7},
+    /* 7 */ {KELVO_NR_DFA_ADVANCE, 0, 3, 8},
+    /* 8 */ {KELVO_NR_DFA_ADVANCE, 0, 3, 5},
 };
 const uint32_t kelvo_nr_dfa_start_state = 0;
 
