@@ -68,8 +68,12 @@ KELVO_ASSERT_SIZE(kelvo_regex_match, 8);
  *                  to release after a failure
  * @param pattern   NUL-terminated text
  * @param flags     KELVO_REGEX_...
- * @return 0, or the engine's error number (not a ::kelvo_status); a pattern that is not given to
- *         the engine has that of a bad pattern, 2
+ * @return 0, or the engine's error number (not a ::kelvo_status): 12 when memory ran out; a pattern
+ *         that is not given to the engine has that of a bad pattern, 2
+ *
+ * Note: Oniguruma 6.9.8 releases a block twice when memory runs out while it reads alternatives,
+ * possessive quantifiers, absent operators or texts whose letters have cases of several
+ * characters. The C library ends the process then.
  */
 KELVO_API int kelvo_regcomp(kelvo_regex* compiled, const char* pattern, int flags);
 

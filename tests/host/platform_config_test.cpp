@@ -11,12 +11,14 @@
 #include <vector>
 
 #include "kelvo_platform_host.h"
+#include "platform/failed_sites.h"
 #include "platform/failing_memory.h"
 #include "support/child.h"
 
 namespace {
 
 using kelvo::test::FailingMemory;
+using kelvo::test::file_of;
 using kelvo::test::in_child;
 using kelvo::test::Outcome;
 using kelvo::test::ScratchDirectory;
@@ -291,6 +293,30 @@ TEST(Config, MemoryThatRunsOutIsReported) {
     const Config config = load("/dev/null");
     EXPECT_STREQ(platform_host_config_error(config.get()),
                  "/dev/null: cannot be read: Cannot allocate memory");
+}
+
+TEST(Config, EveryAllocationOfTheReaderMayFail) {
+    const char* const path = KELVO_SOURCE_DIR "/platform/host/platform.conf.sample";
+    setenv("KELVO_DEBUG", "node-resolver", 1);
+    const auto load_failing = [path](std::size_t number) -> std::string {
+        char error[400] = "nothing";
+        const FailingMemory fail(number);
+        if (platform_host_config* const config = platform_host_config_load(path)) {
+            const char* const text = platform_host_config_error(config);
+            std::snprintf(error, sizeof error, "%s", text == nullptr ? "good" : text);
+            platform_host_config_free(config);
+        }
+        EXPECT_EQ(FailingMemory::outstanding(), 0) << number;
+        return error;
+    };
+    EXPECT_EQ(load_failing(FailingMemory::kNever), "good");
+    const auto requests = FailingMemory::requests();
+    for (std::size_t n = 2; n < requests.size(); ++n) {
+        // Where the parser has no memory, it ends the process.
+        if (!file_of(requests[n].caller).starts_with("libkelvo_platform")) continue;
+        EXPECT_EQ(load_failing(n), std::string(path) + ": out of memory") << n;
+    }
+    unsetenv("KELVO_DEBUG");
 }
 
 TEST(Config, FreeingReturnsEverything) {

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/failing_memory.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#include "platform/failed_sites.h"
 
 // The allocator underneath: the C library's, or a sanitizer's.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -25,23 +28,19 @@ void KELVO_UNDERLYING(free)(void* block);
 
 namespace {
 
-struct State {
-    bool armed;
-    std::size_t first;
-    std::size_t count;
-    std::size_t allocations;
-    std::size_t bytes;
-    long outstanding;
-};
+thread_local constinit kelvo::test::FailingMemory::State state{};
 
-thread_local constinit State state{};
+constexpr std::size_t kMostRequests = 500;
+thread_local constinit kelvo::test::FailingMemory::Request requests[kMostRequests] = {};
 
 /// Counts an allocation. @return whether it is to fail
-KELVO_UNWATCHED bool refuse(std::size_t size) {
+KELVO_UNWATCHED bool refuse(std::size_t size, const void* caller) {
     if (!state.armed) return false;
     const std::size_t number = state.allocations++;
     state.bytes += size;
+    if (number < kMostRequests) requests[number] = {caller, size};
     if (number < state.first || number - state.first >= state.count) return false;
+    kelvo::test::add_failed_site(caller);
     errno = ENOMEM;
     return true;
 }
@@ -55,13 +54,19 @@ KELVO_UNWATCHED void* counted(void* block) {
 
 namespace kelvo::test {
 
-FailingMemory::FailingMemory(std::size_t first, std::size_t count) {
-    state = {true, first, count, 0, 0, 0};
-}
+FailingMemory::FailingMemory(std::size_t first, std::size_t count)
+    : before_(std::exchange(state, {true, first, count, 0, 0, 0})) {}
 
 FailingMemory::~FailingMemory() {
-    state.armed = false;
+    if (!before_.armed) {
+        state.armed = false;  // what was counted may still be asked for
+        return;
+    }
+    const long outstanding = state.outstanding;
+    state = before_;
+    state.outstanding += outstanding;
 }
+
 FailingMemory::Pause::Pause() : was_armed_(std::exchange(state.armed, false)) {}
 
 FailingMemory::Pause::~Pause() {
@@ -77,21 +82,28 @@ long FailingMemory::outstanding() {
 std::size_t FailingMemory::bytes() {
     return state.bytes;
 }
+std::vector<FailingMemory::Request> FailingMemory::requests() {
+    const Pause pause;
+    return {::requests, ::requests + std::min(state.allocations, kMostRequests)};
+}
 
 }  // namespace kelvo::test
 
 extern "C" {
 
 KELVO_UNWATCHED void* malloc(std::size_t size) noexcept {
-    return refuse(size) ? nullptr : counted(KELVO_UNDERLYING(malloc)(size));
+    return refuse(size, __builtin_return_address(0)) ? nullptr
+                                                     : counted(KELVO_UNDERLYING(malloc)(size));
 }
 
 KELVO_UNWATCHED void* calloc(std::size_t count, std::size_t size) noexcept {
-    return refuse(count * size) ? nullptr : counted(KELVO_UNDERLYING(calloc)(count, size));
+    return refuse(count * size, __builtin_return_address(0))
+               ? nullptr
+               : counted(KELVO_UNDERLYING(calloc)(count, size));
 }
 
 KELVO_UNWATCHED void* realloc(void* block, std::size_t size) noexcept {
-    if (refuse(size)) return nullptr;
+    if (refuse(size, __builtin_return_address(0))) return nullptr;
     void* const moved = KELVO_UNDERLYING(realloc)(block, size);
     return block == nullptr ? counted(moved) : moved;
 }
@@ -104,7 +116,8 @@ KELVO_UNWATCHED void free(void* block) noexcept {
 // The C library's own asks malloc(), a sanitizer's does not.
 KELVO_UNWATCHED char* strdup(const char* text) noexcept {
     const std::size_t size = std::strlen(text) + 1;
-    void* const copy = malloc(size);
+    if (refuse(size, __builtin_return_address(0))) return nullptr;
+    void* const copy = counted(KELVO_UNDERLYING(malloc)(size));
     return copy == nullptr ? nullptr : static_cast<char*>(std::memcpy(copy, text, size));
 }
 // The name that libraries built against an old C library call.

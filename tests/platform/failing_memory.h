@@ -6,10 +6,13 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 namespace kelvo::test {
 
-/// While one of these exists, this thread's allocations are counted, and those asked for fail.
+/// While one of these exists, this thread's allocations are counted, and those asked for fail. One
+/// made within the life of another takes its place meanwhile; of what it counts, the other takes
+/// over the blocks that are not freed.
 class FailingMemory {
   public:
     static constexpr std::size_t kNever = static_cast<std::size_t>(-1);
@@ -42,6 +45,25 @@ class FailingMemory {
     [[nodiscard]] static long outstanding();
     /// Bytes asked for so far.
     [[nodiscard]] static std::size_t bytes();
+    /// A call of the allocator: where it returns to, and the bytes that it asked for.
+    struct Request {
+        const void* caller;
+        std::size_t size;
+    };
+    /// The calls so far, the first few hundred of them.
+    [[nodiscard]] static std::vector<Request> requests();
+
+    struct State {
+        bool armed;
+        std::size_t first;
+        std::size_t count;
+        std::size_t allocations;
+        std::size_t bytes;
+        long outstanding;
+    };
+
+  private:
+    State before_;
 };
 
 }  // namespace kelvo::test

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/scripted_platform.h"
 
+#include "platform/failed_sites.h"
 #include "platform/failing_memory.h"
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -121,6 +123,31 @@ namespace {
 
 using Pause = FailingMemory::Pause;
 
+constexpr std::size_t kMostCalls = 100;
+
+struct ServiceFailures {
+    bool armed;
+    std::size_t first;
+    std::size_t count;
+    std::size_t calls;
+    const char* called[kMostCalls];
+};
+thread_local constinit ServiceFailures failures{};
+
+/// Counts a call of a service that can fail. @return whether it is to
+bool refuse(const char* service, const void* caller) {
+    if (!failures.armed) return false;
+    const std::size_t number = failures.calls++;
+    if (failures.calls > kMostCalls) std::abort();
+    failures.called[number] = service;
+    if (number < failures.first || number - failures.first >= failures.count) return false;
+    add_failed_site(caller);
+    errno = EAGAIN;
+    return true;
+}
+/// In the service itself: whether this call is to fail.
+#define KELVO_REFUSED() refuse(__func__, __builtin_return_address(0))
+
 /// Adds a line made of its parts to the calls.
 template <class... Parts>
 void record_call(const Parts&... parts) {
@@ -133,12 +160,24 @@ void record_call(const Parts&... parts) {
 
 }  // namespace
 
+FailingServices::FailingServices(std::size_t first, std::size_t count) {
+    failures = {true, first, count, 0, {}};
+}
+FailingServices::~FailingServices() {
+    failures.armed = false;
+}
+std::vector<std::string> FailingServices::called() {
+    return {failures.called, failures.called + failures.calls};
+}
+
 }  // namespace kelvo::test
 
 using kelvo::test::formatted;
+using kelvo::test::kServiceRefused;
 using kelvo::test::Pause;
 using kelvo::test::platform;
 using kelvo::test::record_call;
+using kelvo::test::refuse;
 
 void qor_errmsg(const qor_msg_rec* record, int severity, ...) {
     const Pause pause;
@@ -155,10 +194,12 @@ const char* errcode_strerror(kelvo_status status) {
 }
 
 kelvo_status errcode_getstrings(kelvo_status status, errcode_strings* strings) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     return platform().getstrings(status, strings);
 }
 
 kelvo_status platform_my_nodeid(uint32_t* nodeid) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     return platform().my_nodeid(nodeid);
 }
 uint32_t platform_type(void) {
@@ -172,28 +213,37 @@ uint32_t platform_node_type(uint32_t nodeid) {
 }
 
 kelvo_status platform_node_name(uint32_t nodeid, char* buffer, size_t size) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     return platform().node_name(nodeid, buffer, size);
 }
 
 kelvo_status nodeid_parse(const char* text, uint32_t* nodeid) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     return platform().parse_nodeid(text, nodeid);
 }
 
 kelvo_status nodeid_format(uint32_t nodeid, char* buffer, size_t size) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     return platform().format_nodeid(nodeid, buffer, size);
 }
 
 kelvo_status nodeid_to_cpu_nodeid(uint32_t nodeid, uint32_t* cpu_nodeid) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     return platform().to_cpu_nodeid(nodeid, cpu_nodeid);
 }
 
 kelvo_status ifdb_bind(void** connection) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     record_call("ifdb_bind");
     return platform().bind_ifdb(connection);
 }
 
 kelvo_status ifname_to_location(void* connection, const char* name, uint32_t* nodeid,
                                 kelvo_status* reported) {
+    if (KELVO_REFUSED()) {
+        *reported = 0;
+        return kServiceRefused;
+    }
     record_call("ifname_to_location ", name);
     return platform().locate(connection, name, nodeid, reported);
 }
@@ -204,12 +254,14 @@ uint32_t procmgr_get_job_id(void) {
 
 kelvo_status procmgr_spawn_script(const char* script, const char* arguments,
                                   const procmgr_spawn_params* params) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     record_call("procmgr_spawn_script ", script, " ", arguments, " limit ",
                 params->time_limit_seconds);
     return platform().spawn_script(script, arguments, params);
 }
 
 int spawn_process(const char* name, char* const arguments[], const int descriptors[3]) {
+    if (KELVO_REFUSED()) return -1;
     {
         const Pause pause;
         std::string line;
@@ -220,6 +272,7 @@ int spawn_process(const char* name, char* const arguments[], const int descripto
 }
 
 const char* platform_get_boot_media(uint32_t which) {
+    if (KELVO_REFUSED()) return nullptr;
     record_call("platform_get_boot_media ", which);
     return platform().boot_media(which);
 }
@@ -227,16 +280,19 @@ const char* platform_get_boot_media(uint32_t which) {
 kelvo_status platform_debug_init_event(platform_debug_context* context,
                                        platform_debug_context* table, uint32_t index,
                                        uint32_t level, const char* name, uint32_t value) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     record_call("platform_debug_init_event ", index, " ", level, " ", name, " ", value);
     return platform().debug_init_event(context, table, index, level, name, value);
 }
 
 kelvo_status platform_debug_register(platform_debug_context* table, const char* path) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     record_call("platform_debug_register ", path);
     return platform().debug_register(table, path);
 }
 
 kelvo_status platform_debug_cleanup(const char* path) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     record_call("platform_debug_cleanup ", path);
     return platform().debug_cleanup(path);
 }
@@ -262,7 +318,7 @@ void platform_trace_record(void* /*trace*/, const char* format, ...) {
 }
 
 void thread_mark_mutex_block(pthread_mutex_t* mutex, const char* where, uint32_t line) {
-    record_call(std::string("thread_mark_mutex_block ") + where);
+    record_call("thread_mark_mutex_block ", where);
     platform().mark_mutex_block(mutex, where, line);
 }
 
@@ -270,12 +326,15 @@ void thread_unmark_mutex_block(void) {
     record_call("thread_unmark_mutex_block");
 }
 int platform_dup(int descriptor) {
+    if (KELVO_REFUSED()) return -1;
     return platform().dup(descriptor);
 }
 void clock_get_fast_timespec(timespec* now) {
+    if (KELVO_REFUSED()) return;
     platform().fast_clock(now);
 }
 void* alloc_with_caller(size_t size, const void* caller) {
+    if (KELVO_REFUSED()) return nullptr;
     return platform().alloc(size, caller);
 }
 
@@ -285,16 +344,19 @@ char* buf_strncpy(char* destination, const char* source, size_t size) {
 }
 
 kelvo_status replica_build_msg_headers(uint32_t size, uint32_t replica_arg, uint8_t** buffer) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     record_call("replica_build_msg_headers ", size, " ", replica_arg);
     return platform().build_replica(size, replica_arg, buffer);
 }
 
 kelvo_status record_payload_offset(const void* record, uint32_t* offset) {
+    if (KELVO_REFUSED()) return kServiceRefused;
     return platform().payload_offset(record, offset);
 }
 
 kelvo_status packed_tuple_unpack(const void* tuple, const char* format, ...) {
-    record_call(std::string("packed_tuple_unpack ") + format);
+    if (KELVO_REFUSED()) return kServiceRefused;
+    record_call("packed_tuple_unpack ", format);
     if (const kelvo_status status = platform().unpack_tuple()) return status;
     const auto& texts = *static_cast<const kelvo::test::PackedTuple*>(tuple);
     va_list arguments;

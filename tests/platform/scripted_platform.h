@@ -79,6 +79,28 @@ struct Platform {
 /// The platform of this process.
 Platform& platform();
 
+/// What a refused service answers where it answers with a status: a permanent one of no area.
+inline constexpr kelvo_status kServiceRefused = 0x40000ABC;
+
+/// While one of these exists, this thread's calls of services that can fail are counted, and those
+/// asked for do nothing but fail: with kServiceRefused, a null pointer or -1, and errno EAGAIN.
+class FailingServices {
+  public:
+    static constexpr std::size_t kNever = static_cast<std::size_t>(-1);
+
+    /// Counts only.
+    FailingServices() : FailingServices(kNever, kNever) {}
+
+    /// The calls from number `first` on fail, `count` of them (counted from 0).
+    explicit FailingServices(std::size_t first, std::size_t count = 1);
+    ~FailingServices();
+    FailingServices(const FailingServices&) = delete;
+    FailingServices& operator=(const FailingServices&) = delete;
+
+    /// The services called so far, in their order, the failed ones included.
+    [[nodiscard]] static std::vector<std::string> called();
+};
+
 /// What the scripted packed_tuple_unpack() takes as a tuple.
 using PackedTuple = std::vector<std::string>;
 
