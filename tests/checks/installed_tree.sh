@@ -9,7 +9,7 @@ rm -rf "$scratch"
 mkdir -p "$scratch"
 cmake --install "$build" --prefix "$scratch/prefix" >"$scratch/install.log"
 test -s "$scratch/prefix/share/kelvo/platform.conf.sample"
-"$scratch/prefix/bin/kelvo-resolver-graph" >"$scratch/resolver.dot" # finds its libraries by itself
+"$scratch/prefix/bin/kelvo" graph >"$scratch/resolver.dot" # finds its libraries by itself
 libdir=$(dirname "$(find "$scratch/prefix" -name libkelvoutils.so)")
 
 cmake -S "$consumer" -B "$scratch/cmake" -DCMAKE_PREFIX_PATH="$scratch/prefix" >"$scratch/cmake.log"

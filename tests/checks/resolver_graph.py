@@ -36,7 +36,7 @@ def walk(labels, success, failure, at, path):
 
 
 def main():
-    text = subprocess.run([sys.argv[1]], check=True, capture_output=True, text=True).stdout
+    text = subprocess.run([sys.argv[1], "graph"], check=True, capture_output=True, text=True).stdout
     labels = dict(re.findall(r'^  (s\d+) \[label="\d+\\n(.*)" shape=\w+\];$', text, re.M))
     success = dict(re.findall(r"^  (s\d+) -> (s\d+);$", text, re.M))
     failure = dict(re.findall(r"^  (s\d+) -> (s\d+) \[style=dashed\];$", text, re.M))

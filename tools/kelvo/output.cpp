@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "exit_code.h"
+#include "text.h"
 
 namespace kelvo::tool {
 namespace {
@@ -17,7 +18,7 @@ bool wants_colours() {
     const char* const refused = std::getenv("NO_COLOR");
     const char* const terminal = std::getenv("TERM");
     const bool is_dumb = terminal == nullptr || std::strcmp(terminal, "dumb") == 0;
-    return isatty(STDOUT_FILENO) != 0 && (refused == nullptr || *refused == '\0') && !is_dumb;
+    return (refused == nullptr || *refused == '\0') && !is_dumb;
 }
 
 const char* code_of(Style style) {
@@ -42,7 +43,10 @@ const char* code_of(Style style) {
 
 }  // namespace
 
-Output::Output(bool json) : json_(json), coloured_(!json && wants_colours()) {}
+Output::Output(bool json)
+    : json_(json),
+      on_terminal_(isatty(STDOUT_FILENO) != 0),
+      coloured_(on_terminal_ && !json && wants_colours()) {}
 
 void Output::write(std::string_view text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) fail();
@@ -51,6 +55,10 @@ void Output::write(std::string_view text) {
 void Output::line(std::string_view text) {
     write(text);
     write("\n");
+}
+
+void Output::data(std::string_view text) {
+    on_terminal_ ? line(printable(text)) : line(text);
 }
 
 void Output::record(const Json& object) {

@@ -26,6 +26,9 @@ class Output {
     void write(std::string_view text);
     /// Writes a line.
     void line(std::string_view text);
+    /// Writes a text that is the answer itself as a line: byte for byte, except that a terminal
+    /// gets no control characters.
+    void data(std::string_view text);
     /// Writes one JSON object as a line. A text that is not UTF-8 has U+FFFD in place of the bytes
     /// that are none.
     void record(const Json& object);
@@ -38,6 +41,7 @@ class Output {
 
   private:
     bool json_;
+    bool on_terminal_;
     bool coloured_;
 };
 

@@ -76,7 +76,9 @@ std::size_t distance(std::string_view a, std::string_view b) {
 }  // namespace
 
 std::string suggestion(std::string_view text, const std::vector<std::string>& names) {
-    std::size_t best = 1 + text.size() / 3;
+    // The dashes of an option are the same in all of them.
+    const std::size_t dashes = std::min(text.find_first_not_of('-'), text.size());
+    std::size_t best = 1 + (text.size() - dashes) / 3;
     const std::string* found = nullptr;
     for (const std::string& name : names) {
         const std::size_t far = distance(text, name);

@@ -27,6 +27,15 @@ CLI::Option* Verb::add_texts(const std::string& name, std::vector<std::string>& 
         ->allow_extra_args();
 }
 
+CLI::Option* Verb::add_text(const std::string& name, std::string& text, const std::string& what) {
+    const CLI::callback_t take = [&text](const CLI::results_t& results) {
+        text = unguarded(results.back());
+        return true;
+    };
+    const bool is_option = name.starts_with('-');
+    return app.add_option(name, take, what)->type_name(is_option ? "TEXT" : "")->type_size(1);
+}
+
 CLI::Option* Verb::add_choice(const std::string& name, std::string& value,
                               const std::vector<std::string>& words, const std::string& what) {
     std::string list;

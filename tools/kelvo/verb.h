@@ -46,6 +46,8 @@ class Verb {
     /// Declares the arguments NAME..., taken to the letter whatever they look like.
     CLI::Option* add_texts(const std::string& name, std::vector<std::string>& texts,
                            const std::string& what);
+    /// Declares an option "--name" or an argument "NAME" with one text, taken to the letter too.
+    CLI::Option* add_text(const std::string& name, std::string& text, const std::string& what);
     /// Declares an option that takes one of a few words.
     CLI::Option* add_choice(const std::string& name, std::string& value,
                             const std::vector<std::string>& choices, const std::string& what);

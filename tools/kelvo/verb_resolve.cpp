@@ -168,7 +168,7 @@ class Resolve final : public Verb {
                 kExamples}) {
         input_.declare(*this, "PATH", "paths, without a '/' at their beginning");
         app.add_flag("-x,--explain", explained_, "say why");
-        app.add_option("--prefix", prefix_, "put TEXT before every path")->type_name("TEXT");
+        add_text("--prefix", prefix_, "put TEXT before every path");
         declare_options();
         complete_arguments({"cfg/", "data/", "shadow/", "oper/", "action/", "admin/", "debug/",
                             "ipc/", "remote/"});
@@ -206,7 +206,7 @@ class Resolve final : public Verb {
         add_choice("--process", process_, {"other", kShowTool, kManagementProcess},
                    "which process asks: the show tool and the management-client process have rules "
                    "of their own");
-        app.add_option("--node", client_.node, "the node that the show tool is told it is on")
+        add_text("--node", client_.node, "the node that the show tool is told it is on")
             ->type_name("ID");
     }
 

@@ -10,8 +10,15 @@
 
 namespace kelvo::tool {
 
+std::unique_ptr<Verb> make_graph();
+std::unique_ptr<Verb> make_match();
+std::unique_ptr<Verb> make_name_decode();
+std::unique_ptr<Verb> make_name_encode();
+std::unique_ptr<Verb> make_order();
+std::unique_ptr<Verb> make_platform_check();
 std::unique_ptr<Verb> make_resolve();
 std::unique_ptr<Verb> make_status();
+std::unique_ptr<Verb> make_types();
 
 /// All verbs, in the order in which help lists them.
 std::vector<std::unique_ptr<Verb>> make_verbs();
