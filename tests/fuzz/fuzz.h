@@ -16,15 +16,18 @@
 #include <string_view>
 
 #if defined(__SANITIZE_ADDRESS__)
-#define KELVO_FUZZ_POISONS 1
+#define KELVO_FUZZ_WATCHED 1
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
-#define KELVO_FUZZ_POISONS 1
+#define KELVO_FUZZ_WATCHED 1
 #endif
 #endif
-#ifdef KELVO_FUZZ_POISONS
+#ifdef KELVO_FUZZ_WATCHED
 #include <sanitizer/asan_interface.h>
+#include <sanitizer/lsan_interface.h>
 #else
+inline void __lsan_disable() {}
+inline void __lsan_enable() {}
 #define ASAN_POISON_MEMORY_REGION(at, size) ((void)(at), (void)(size))
 #define ASAN_UNPOISON_MEMORY_REGION(at, size) ((void)(at), (void)(size))
 #endif
@@ -106,7 +109,9 @@ class Block {
     }
 
     [[nodiscard]] std::uint8_t* begin() { return bytes_ + kWall; }
+    [[nodiscard]] const std::uint8_t* begin() const { return bytes_ + kWall; }
     [[nodiscard]] std::size_t size() const { return size_; }
+    [[nodiscard]] std::uint32_t length() const { return static_cast<std::uint32_t>(size_); }
 
   private:
     static constexpr std::size_t kWall = 64;
