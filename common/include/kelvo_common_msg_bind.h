@@ -99,7 +99,7 @@ KELVO_API void kelvo_common_msg_unbind_compose(void* header);
  * On failure no output is written, but the message is partly converted and is to be dropped.
  *
  * Where the buffer is no larger than the message, guard first: kelvo_common_msg_guard() with
- * ::KELVO_OPERATION_BIND.
+ * KELVO_OPERATION_BIND.
  */
 KELVO_API kelvo_status kelvo_common_msg_bind_interpret(
     void* msg, uint32_t length, uint32_t* version_out, uint32_t* reserved_out, uint32_t* p1_out,

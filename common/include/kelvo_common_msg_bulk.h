@@ -298,7 +298,7 @@ KELVO_ASSERT_SIZE(kelvo_bulk_info, 72);
  *  -# `msg` or `bulk_info` null, or length 0: logged, ::KELVO_ERR_NULL_PARAM
  *  -# the five words at 40 to 56 and the leading length at 64 are converted, whatever the length
  *     (the buffer must hold at least 68 bytes, or guard first: kelvo_common_msg_guard() with
- *     ::KELVO_OPERATION_BULK)
+ *     KELVO_OPERATION_BULK)
  *  -# less than 64 bytes: ::KELVO_ERR_MSG_LENGTH
  *  -# `bulk_info` is filled; 0
  *
@@ -334,7 +334,7 @@ KELVO_API kelvo_status kelvo_common_msg_bulk_interpret(void* msg, uint32_t lengt
  * Name length, data length and data are thus touched before there is known to be room for them. The
  * buffer must hold 16 bytes more than the message, which may be converted along with it: a length
  * cell, and 8 bytes of data behind it. Or guard first, before kelvo_common_msg_bulk_interpret():
- * kelvo_common_msg_guard() with ::KELVO_OPERATION_BULK_NEXT covers both.
+ * kelvo_common_msg_guard() with KELVO_OPERATION_BULK_NEXT covers both.
  *
  * On failure neither state nor record is changed, but a foreign-ordered item may be partly
  * converted: the message is to be dropped.
@@ -406,7 +406,7 @@ KELVO_ASSERT_SIZE(kelvo_bulk_reply_info, 48);
  *
  * Note: reply words 3 and 4 are handed out as they came, unconverted and whatever the length (the
  * buffer must hold at least 36 bytes, or guard first: kelvo_common_msg_guard() with
- * ::KELVO_OPERATION_BULK_REPLY).
+ * KELVO_OPERATION_BULK_REPLY).
  */
 KELVO_API kelvo_status kelvo_common_msg_bulk_reply_interpret(void* reply, uint32_t length,
                                                              kelvo_bulk_reply_info* reply_info);
@@ -421,7 +421,7 @@ KELVO_API kelvo_status kelvo_common_msg_bulk_reply_interpret(void* reply, uint32
  *  -# no room for its fill: ::KELVO_ERR_MSG_LENGTH
  *
  * Size of the buffer and effects of a failure are as for kelvo_common_msg_bulk_next(); the guard's
- * name is ::KELVO_OPERATION_BULK_REPLY_NEXT.
+ * name is KELVO_OPERATION_BULK_REPLY_NEXT.
  *
  * @param reply_info        from kelvo_common_msg_bulk_reply_interpret()
  * @param reply_record_out  receives the item

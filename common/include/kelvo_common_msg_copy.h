@@ -75,7 +75,7 @@ KELVO_API uint32_t kelvo_common_msg_copy_compose(void* header, uint32_t* len_cel
  * On failure no output is written, but the message is partly converted and is to be dropped.
  *
  * Where the buffer is no larger than the message, guard first: kelvo_common_msg_guard() with
- * ::KELVO_OPERATION_COPY.
+ * KELVO_OPERATION_COPY.
  */
 KELVO_API kelvo_status kelvo_common_msg_copy_subtree_interpret(void* msg, uint32_t length,
                                                                char** first, char** second,

@@ -125,7 +125,7 @@ KELVO_API void kelvo_common_msg_find_grp_ag_ah_compose(void* header, uint32_t* l
  *
  * On failure no output is written; what has been converted stays converted. Where the buffer of a
  * converting function is no larger than the message, guard first: kelvo_common_msg_guard() with
- * ::KELVO_OPERATION_FIND_NTOH or ::KELVO_OPERATION_FIND_HTON.
+ * KELVO_OPERATION_FIND_NTOH or KELVO_OPERATION_FIND_HTON.
  */
 /**@{*/
 
@@ -192,7 +192,7 @@ KELVO_API kelvo_status kelvo_common_msg_find_interpret_endian_hton(void* msg, ui
  * On failure no output is written, but the message is partly converted and is to be dropped.
  *
  * Where the buffer is no larger than the message, guard first: kelvo_common_msg_guard() with
- * ::KELVO_OPERATION_FIND_GROUP_NTOH.
+ * KELVO_OPERATION_FIND_GROUP_NTOH.
  */
 KELVO_API kelvo_status kelvo_common_msg_find_grp_ag_interpret_endian_ntoh(
     void* msg, uint32_t length, char** string_out, void* unused, uint32_t* group_word_out);

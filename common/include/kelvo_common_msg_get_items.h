@@ -89,7 +89,7 @@ KELVO_API kelvo_status kelvo_common_msg_get_items_interpret(void* msg, uint32_t 
  * whatever the length (the buffer must hold at least 48 bytes), then each length cell once there is
  * room for it, just before it is tested. A failure leaves converted what has been converted. Where
  * the buffer is no larger than the message, guard first: kelvo_common_msg_guard() with
- * ::KELVO_OPERATION_GET_ITEMS_NTOH.
+ * KELVO_OPERATION_GET_ITEMS_NTOH.
  */
 KELVO_API kelvo_status kelvo_common_msg_get_items_interpret_endian_ntoh(void* msg, uint32_t length,
                                                                         char** base_path,

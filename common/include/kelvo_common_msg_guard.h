@@ -133,8 +133,9 @@ typedef enum kelvo_msg_operation {
  * its length is never refused here.
  *
  * @param operation  a ::kelvo_msg_operation
- * @param msg        the message as it was received, before any operation on it; at any address. May
- *                   be null when `length` is 0
+ * @param msg        the message as the operation will be given it, at any address: as it was
+ *                   received, or, for the readers of registrations, as a conversion has left it. It
+ *                   must not change in between. May be null when `length` is 0
  * @param length     its length in bytes. The item operations take theirs as `int32_t`: one of 2 GiB
  *                   or more is judged as the negative number that they are then given
  *

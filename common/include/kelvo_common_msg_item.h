@@ -274,7 +274,7 @@ KELVO_API kelvo_status kelvo_common_msg_verify_interpret_endian_ntoh(
  *  -# the value is converted by its type, unless it is empty or has no type; 0
  *
  * Where the buffer is no larger than the reply, guard first: kelvo_common_msg_guard() with
- * ::KELVO_OPERATION_GET_REPLY_NTOH.
+ * KELVO_OPERATION_GET_REPLY_NTOH.
  */
 KELVO_API kelvo_status kelvo_lib_rply_item_get_interpret_ntoh(void* reply, uint32_t length);
 

@@ -153,7 +153,7 @@ KELVO_API void kelvo_common_msg_datalist_compose(
  *
  * The buffer must hold at least 24 bytes, where the marker ends. That of an unmarked message must
  * hold at least 72 bytes, and 4 bytes more than a message that ends where a length cell is due; or
- * guard first: kelvo_common_msg_guard() with ::KELVO_OPERATION_LIST or ::KELVO_OPERATION_DATALIST.
+ * guard first: kelvo_common_msg_guard() with KELVO_OPERATION_LIST or KELVO_OPERATION_DATALIST.
  *
  * On failure no output is written, and the conversion stays where it stopped: such a message is
  * marked but only partly converted, and is to be dropped.
@@ -215,7 +215,7 @@ KELVO_API kelvo_status kelvo_common_msg_datalist_interpret(void* msg, uint32_t l
  * up to 4 GiB, and G groups without entries take 32 * G bytes, whatever `length` says. A reply of
  * several groups must therefore come from a server that the caller trusts, or have had the places
  * of its groups checked, which is what kelvo_common_msg_guard() does: guard first, with
- * ::KELVO_OPERATION_LIST_REPLY_NTOH or ::KELVO_OPERATION_DATALIST_REPLY_NTOH, and the buffer need
+ * KELVO_OPERATION_LIST_REPLY_NTOH or KELVO_OPERATION_DATALIST_REPLY_NTOH, and the buffer need
  * not be larger than the reply.
  */
 /**@{*/

@@ -124,7 +124,7 @@ KELVO_ASSERT_SIZE(kelvo_notifyset_entry, 56);
  *
  * The buffer must hold 8 bytes more than the set: kind and value type are converted before there is
  * known to be room for them. Or guard first: kelvo_common_msg_guard() with
- * ::KELVO_OPERATION_NOTIFYSET. On failure nothing is allocated, but the buffer is converted as far
+ * KELVO_OPERATION_NOTIFYSET. On failure nothing is allocated, but the buffer is converted as far
  * as the walk came, wholly when memory ran out, and is to be dropped.
  *
  * Note: a set without entries may be longer than 32 bytes. Names are not checked for a NUL.
@@ -140,7 +140,7 @@ KELVO_API kelvo_status kelvo_common_notifyset_interpret(void* buffer, uint32_t l
  *
  * The buffer must hold 8 bytes more than the set here too: a value is converted before there is
  * known to be room for it. Or guard first: kelvo_common_msg_guard() with
- * ::KELVO_OPERATION_NOTIFYSET_VALUES.
+ * KELVO_OPERATION_NOTIFYSET_VALUES.
  */
 KELVO_API kelvo_status kelvo_lib_notifyset_interpret(void* buffer, uint32_t length,
                                                      kelvo_notifyset_iterator** iterator_out);

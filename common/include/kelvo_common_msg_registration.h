@@ -303,7 +303,7 @@ KELVO_API kelvo_status kelvo_common_msg_vrfn_reg_interpret(void* msg, uint32_t l
  *         for it, ::KELVO_ERR_NO_MEMORY; ::KELVO_ERR_MSG_LENGTH, bytes left over; 0
  *
  * Note: entries that were added before a failure are not released. They are lost to the process.
- * Guard first, with kelvo_common_msg_guard() and ::KELVO_OPERATION_VS_REG, and a message cannot
+ * Guard first, with kelvo_common_msg_guard() and KELVO_OPERATION_VS_REG, and a message cannot
  * bring that about.
  *
  * Note: the time is that of the message, however many pairs it lists. Beyond 32 pairs they are also

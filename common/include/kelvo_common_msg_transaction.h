@@ -48,7 +48,7 @@ KELVO_ASSERT_SIZE(kelvo_msg_transaction_start, 64);
  *
  * Note: both transaction words (each half by itself, the halves are not exchanged) and the options
  * are converted before the length is tested. The buffer must hold at least 60 bytes, or guard
- * first: kelvo_common_msg_guard() with ::KELVO_OPERATION_TRANSACTION_START.
+ * first: kelvo_common_msg_guard() with KELVO_OPERATION_TRANSACTION_START.
  */
 KELVO_API kelvo_status kelvo_common_msg_transtart_interpret(void* msg, uint32_t length,
                                                             uint64_t* words, uint32_t* options);
@@ -68,7 +68,7 @@ KELVO_API kelvo_status kelvo_common_msg_tranabort_interpret(void* msg, uint32_t 
  *  -# less than 40 bytes: ::KELVO_ERR_MSG_LENGTH
  *  -# the path's length cell is converted, before there is known to be room for it (the buffer must
  *     hold at least 44 bytes, or guard first: kelvo_common_msg_guard() with
- *     ::KELVO_OPERATION_WRITE_LOCK, or the one of the function's name below)
+ *     KELVO_OPERATION_WRITE_LOCK, or the one of the function's name below)
  *  -# no room for cell or path: ::KELVO_ERR_MSG_LENGTH
  *  -# an empty path, or one that does not end in NUL: ::KELVO_ERR_MSG_CONTENT
  *  -# a length other than 48 plus the path and its fill: ::KELVO_ERR_MSG_LENGTH

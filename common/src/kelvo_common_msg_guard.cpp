@@ -266,7 +266,6 @@ Status judge(kelvo_msg_operation operation, Block block) {
         case KELVO_OPERATION_FIND_GROUP_REPLY_NTOH:
             return watch(block, walk_find_group_reply<Receive>);
         case KELVO_OPERATION_LIST:
-            return list(block);
         case KELVO_OPERATION_DATALIST:
             return list(block);
         case KELVO_OPERATION_LIST_REPLY_NTOH:
@@ -276,9 +275,7 @@ Status judge(kelvo_msg_operation operation, Block block) {
         case KELVO_OPERATION_TRANSACTION_START:
             return transaction_start(block);
         case KELVO_OPERATION_WRITE_LOCK:
-            return item_lock(block);
         case KELVO_OPERATION_READ_LOCK:
-            return item_lock(block);
         case KELVO_OPERATION_UNLOCK:
             return item_lock(block);
 

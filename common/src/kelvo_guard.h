@@ -5,10 +5,9 @@
 // by then. The first thing that may not happen ends the walk.
 //
 // That needs no memory of the words that have been converted. A walk reads a word either before it
-// converts it, which it asks for by raw() or does in the sending direction, or after; and it never
-// converts a word twice and reads it again, for every part of a message begins behind the one
-// before. Only a VRFN registration comes back to a word, and its walk works out the other order by
-// itself.
+// converts it, by raw() or in the sending direction, or after; and it never reads a word that has
+// been converted twice, for every part of a message begins behind the one before. Only a VRFN
+// registration comes back to a length, and its walk works out the other order by itself.
 #pragma once
 
 #include "kelvo_common_msg_walk_bulk.h"

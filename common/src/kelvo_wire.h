@@ -42,7 +42,7 @@ struct Running {
     [[nodiscard]] static u32 read(const u8* at) noexcept { return load32(at); }
     /// The word at `at` as it came, which the walk has not converted.
     [[nodiscard]] static u32 raw(const u8* at) noexcept { return load32(at); }
-    /// What the walk ends the process without.
+    /// Notes a condition without which the walk ends the process.
     static void demand(bool) noexcept {}
     /// Whether the walk is to be given up.
     [[nodiscard]] static constexpr bool stopped() noexcept { return false; }
