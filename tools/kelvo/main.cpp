@@ -4,6 +4,7 @@
 //
 // Here a command line finds its verb, and whatever goes wrong finds its exit code.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -95,20 +96,6 @@ Words first_words(const Verbs& verbs) {
     return words;
 }
 
-/// The verb whose name the words begin with, which are taken away; null when there is none.
-Verb* find_verb(const Verbs& verbs, Words& words) {
-    for (const auto& verb : verbs) {
-        const std::string& name = verb->page.name;
-        const std::size_t blank = name.find(' ');
-        const std::size_t count = blank == std::string::npos ? 1 : 2;
-        if (words.size() < count || words[0] != name.substr(0, blank)) continue;
-        if (count == 2 && words[1] != name.substr(blank + 1)) continue;
-        words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(count));
-        return verb.get();
-    }
-    return nullptr;
-}
-
 /// What is said when the words name no verb: the page of those that begin so, or an error.
 int without_verb(const Verbs& verbs, const Words& words) {
     Words seconds;
@@ -134,6 +121,14 @@ int without_verb(const Verbs& verbs, const Words& words) {
                               "' comes " + list + suggestion(words[1], seconds));
 }
 
+/// Answers the shell: `kelvo complete -- WORD...`.
+int complete(const Verbs& verbs, const Words& words) {
+    const Words rest(words.begin() + std::min<std::ptrdiff_t>(2, std::ssize(words)), words.end());
+    std::string text;
+    for (const std::string& word : completions(verbs, rest)) text += word + "\n";
+    return print(text);
+}
+
 int run_program(Words words) {
     const Verbs verbs = make_verbs();
     if (words.empty()) {
@@ -141,6 +136,8 @@ int run_program(Words words) {
         return end(Exit::usage);
     }
     if (words[0] == "--version") return print("kelvo " KELVO_VERSION "\n");
+    if (words[0] == "man-page") return print(manual(verbs));
+    if (words[0] == "complete") return complete(verbs, words);
     if (words[0] == "help") {
         words.erase(words.begin());
         words.emplace_back("--help");

@@ -53,6 +53,19 @@ std::string examples_of(const Verb& verb) {
 
 }  // namespace
 
+Verb* find_verb(const Verbs& verbs, std::vector<std::string>& words) {
+    for (const auto& verb : verbs) {
+        const std::string& name = verb->page.name;
+        const std::size_t blank = name.find(' ');
+        const std::size_t count = blank == std::string::npos ? 1 : 2;
+        if (words.size() < count || words[0] != name.substr(0, blank)) continue;
+        if (count == 2 && words[1] != name.substr(blank + 1)) continue;
+        words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(count));
+        return verb.get();
+    }
+    return nullptr;
+}
+
 std::vector<Entry> arguments_of(const Verb& verb) {
     std::vector<Entry> entries;
     for (const CLI::Option* option : verb.app.get_options()) {

@@ -19,6 +19,15 @@ std::string overview(const Verbs& verbs, const std::string& first = "");
 /// What `kelvo VERB --help` prints.
 std::string help(const Verb& verb);
 
+/// What `kelvo man-page` prints: the manual page in the language of troff.
+std::string manual(const Verbs& verbs);
+
+/// What may stand in place of the last of the words that follow "kelvo", sorted.
+std::vector<std::string> completions(const Verbs& verbs, std::vector<std::string> words);
+
+/// The verb whose name the words begin with, which are taken away; null when there is none.
+Verb* find_verb(const Verbs& verbs, std::vector<std::string>& words);
+
 /// One option or argument as a page shows it: "-f, --file FILE" and its description.
 struct Entry {
     std::string form;
