@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 #include <utility>
@@ -39,11 +40,12 @@ struct Stops {};
 /// steers the steps takes, when it is first looked at, each value that is worth trying in turn.
 class Message {
   public:
-    static constexpr std::size_t kRoom = 512;
+    static constexpr std::size_t kRoom = 2048;
 
     /// `choices` null: the bytes are taken as they are.
     Message(const u8* bytes, std::size_t room, u64 length, Choices* choices = nullptr)
         : len(length), room_(room), choices_(choices) {
+        if (room > kRoom) std::abort();
         std::memcpy(now_.data(), bytes, room);
         if (choices == nullptr) return;
         std::memcpy(original_.data(), bytes, room);

@@ -1,104 +1,55 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Checking converters against models. A model is the slow, plain reading of the steps that a
-// converter is defined by, over a buffer that is large enough for whatever the steps touch. Status
-// and every byte of the buffer must come out alike.
+// Messages of tests, operations run on them, and what their models say.
 #pragma once
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <initializer_list>
 
+#include "models/models.h"
+#include "support/operations.h"
 #include "support/random.h"
+#include "support/startup_lists.h"
 #include "support/wire_bytes.h"
 
 namespace kelvo::test {
 
-/// A message in a larger buffer, as the models see it. Offsets are 64 bits wide; what lies outside
-/// the buffer is a test's mistake.
-class ModelMessage {
-  public:
-    ModelMessage(Bytes& bytes, std::uint32_t length) : len(length), bytes_(bytes) {}
+/// Runs an operation on the first `length` bytes of a message, in a buffer exactly as large as the
+/// steps of its model reach. Outcome and buffer must be those of the model. @return the outcome
+inline Outcome outcome_as_modelled(kelvo_msg_operation operation, const Bytes& message,
+                                   std::uint32_t length) {
+    const model::Model& model = model::model_of(operation);
+    Bytes buffer(message);
+    buffer.resize(std::max<std::size_t>({message.size(), length, model.reach.least}) + 64, 0xEE);
+    model::Message steps(buffer.data(), buffer.size(), length);
+    model::Expected expected;
+    expected.outcome.status = model.steps(steps, expected);
+    buffer.resize(std::max<std::size_t>(steps.reach(), length));
 
-    [[nodiscard]] std::uint32_t read(std::uint64_t offset) const {
-        return word_at(bytes_, checked(offset, 4));
-    }
-    [[nodiscard]] std::vector<std::uint32_t> read_each(
-        std::initializer_list<std::uint64_t> offsets) const {
-        std::vector<std::uint32_t> words;
-        for (const std::uint64_t offset : offsets) words.push_back(read(offset));
-        return words;
-    }
-    [[nodiscard]] std::uint8_t byte(std::uint64_t offset) const {
-        return bytes_[checked(offset, 1)];
-    }
-    void convert(std::uint64_t offset) { reverse_at(bytes_, checked(offset, 4)); }
-    /// Converts each of the words at these offsets from `base` on.
-    void convert_each(std::initializer_list<std::uint64_t> offsets, std::uint64_t base = 0) {
-        for (const std::uint64_t offset : offsets) convert(base + offset);
-    }
-    /// Converts, and then reads.
-    std::uint32_t converted(std::uint64_t offset) {
-        convert(offset);
-        return read(offset);
-    }
-    void convert_value(std::uint32_t type, std::uint64_t offset) {
-        const std::uint32_t width = type == 1 || type == 12    ? 4
-                                    : type == 2 || type == 13  ? 8
-                                    : type == 10 || type == 11 ? 2
-                                                               : 0;
-        const auto first = bytes_.begin() + static_cast<std::ptrdiff_t>(checked(offset, width));
-        std::reverse(first, first + width);
-    }
-
-    const std::uint64_t len;
-
-  private:
-    [[nodiscard]] std::size_t checked(std::uint64_t offset, std::size_t width) const {
-        if (offset + width > bytes_.size()) {
-            ADD_FAILURE() << "the model reaches to " << offset + width;
-            std::abort();
-        }
-        return static_cast<std::size_t>(offset);
-    }
-
-    Bytes& bytes_;
-};
-
-inline std::uint64_t model_pad8(std::uint64_t length) {
-    return (length + 7) / 8 * 8;
+    const LeaksAreMeant leaks;
+    const Walled block(buffer);
+    Outcome outcome;
+    run(operation, block.data(), length, outcome);
+    EXPECT_EQ(outcome, expected.outcome) << name_of(operation) << ", length " << length;
+    EXPECT_EQ(block.bytes(), Bytes(steps.after(), steps.after() + buffer.size()))
+        << name_of(operation) << ", length " << length;
+    return outcome;
+}
+/// The same. @return the status
+inline std::uint32_t expect_as_modelled(kelvo_msg_operation operation, const Bytes& message,
+                                        std::uint32_t length) {
+    return outcome_as_modelled(operation, message, length).status;
 }
 
 using Converter = std::uint32_t (*)(void*, std::uint32_t);
-using ConverterModel = std::uint32_t (*)(ModelMessage&);
 
 struct Conversion {
-    const char* name;
+    kelvo_msg_operation operation;
     Order from;  ///< network for a receiver
     Converter convert;
-    ConverterModel model;
-    std::uint32_t touched;  ///< bytes that the buffer must hold whatever the length
-    std::uint32_t beyond;   ///< bytes that the buffer must hold beyond the message
-    friend void PrintTo(const Conversion& conversion, std::ostream* out) {
-        *out << conversion.name;
-    }
 };
-
-/// Converts the first `length` bytes of a message in a buffer exactly as large as it must be, and
-/// compares with the model. @return the status
-inline std::uint32_t expect_as_modelled(const Conversion& conversion, const Bytes& message,
-                                        std::uint32_t length) {
-    Bytes buffer(message);
-    buffer.resize(std::max<std::size_t>(length + conversion.beyond, conversion.touched), 0xEE);
-    const Walled block(buffer);
-    const std::uint32_t status = conversion.convert(block.data(), length);
-    ModelMessage model(buffer, length);
-    EXPECT_EQ(status, conversion.model(model)) << conversion.name << ", length " << length;
-    EXPECT_EQ(block.bytes(), buffer) << conversion.name << ", length " << length;
-    return status;
-}
 
 /// Random messages: words that are small, or huge, or multiples of 8, in the order that the
 /// converter expects; every length from `shortest` up to a few dozen bytes beyond the fixed part.
@@ -106,7 +57,7 @@ inline std::uint32_t expect_as_modelled(const Conversion& conversion, const Byte
 template <class Prepare>
 void expect_random_messages_as_modelled(const Conversion& conversion, std::uint32_t shortest,
                                         std::uint32_t fixed, Prepare prepare) {
-    Random random(fixed + conversion.beyond);
+    Random random(fixed + conversion.operation);
     const std::uint32_t sizes[] = {0, 0, 1, 1, 2, 3, 4, 7, 8, 9, 12, 13, 16, 17, 24, 32, 33};
     const std::uint32_t strange[] = {64,         0x80,       0x01000000, 0x08000000, 0xFFFFFFF0,
                                      0xFFFFFFF8, 0xFFFFFFF9, 0xFFFFFFFF, 0x80000000, 0x00010000};
@@ -122,7 +73,7 @@ void expect_random_messages_as_modelled(const Conversion& conversion, std::uint3
             put_word(message, at, network ? reversed(word) : word);
         }
         prepare(message, random);
-        expect_as_modelled(conversion, message, length);
+        expect_as_modelled(conversion.operation, message, length);
         if (testing::Test::HasFailure()) return;
     }
 }
@@ -131,8 +82,8 @@ void expect_random_messages_as_modelled(const Conversion& conversion, std::uint3
 inline void expect_lengths_as_modelled(const Conversion& conversion, const Bytes& valid,
                                        std::uint32_t shortest) {
     for (std::uint32_t length = shortest; length <= valid.size(); ++length) {
-        const std::uint32_t status = expect_as_modelled(conversion, valid, length);
-        EXPECT_TRUE(status == 0 || length < valid.size()) << conversion.name;
+        const std::uint32_t status = expect_as_modelled(conversion.operation, valid, length);
+        EXPECT_TRUE(status == 0 || length < valid.size()) << name_of(conversion.operation);
     }
 }
 
