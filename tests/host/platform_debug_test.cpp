@@ -72,6 +72,24 @@ TEST(DebugFlags, APathWithoutItsSlashIsJoinedWithOne) {
     EXPECT_EQ(table.states(), "10");
 }
 
+TEST(DebugFlags, AnEmptyPathLeavesTheNameAlone) {
+    DebugTable table("");
+    ASSERT_EQ(table.add(), 0U);
+    EXPECT_EQ(platform_host_debug_set("/node-resolver", 1), KELVO_ERR_NOT_FOUND);
+    EXPECT_EQ(platform_host_debug_set("node-resolver/dfa", 1), 0U);
+    EXPECT_EQ(table.states(), "01");
+}
+
+TEST(DebugFlags, ATableIsRegisteredOnceAndCleanupPassesOverOthers) {
+    DebugTable table;
+    DebugTable unregistered("/debug/other/");
+    ASSERT_EQ(table.add(), 0U);
+    EXPECT_EQ(table.add(), KELVO_ERR_NOT_FOUND);
+    EXPECT_EQ(platform_debug_cleanup("/debug/other/"), KELVO_ERR_NOT_FOUND);
+    EXPECT_EQ(platform_debug_cleanup(kDebugPath), 0U);
+    EXPECT_EQ(unregistered.add(), 0U);
+}
+
 TEST(DebugFlags, CleanupTakesAPathsTablesAwayAndNoOthers) {
     DebugTable first;
     DebugTable second;

@@ -128,6 +128,12 @@ TEST(Spawn, AProgramThatCannotBeStartedIsAFailureWithItsErrno) {
     EXPECT_EQ(errno, EBADF);
     EXPECT_EQ(spawn_process(nullptr, arguments, descriptors), -1);
     EXPECT_EQ(errno, EINVAL);
+    errno = 0;
+    EXPECT_EQ(spawn_process("true", nullptr, descriptors), -1);
+    EXPECT_EQ(errno, EINVAL);
+    errno = 0;
+    EXPECT_EQ(spawn_process("true", arguments, nullptr), -1);
+    EXPECT_EQ(errno, EINVAL);
 }
 
 /// Standard descriptors in each other's places: none overwrites another.
