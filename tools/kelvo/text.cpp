@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <numeric>
 
 namespace kelvo::tool {
 
@@ -57,20 +56,22 @@ std::string wrapped(std::string_view text, std::size_t indent, std::size_t width
 
 namespace {
 
-/// How many letters must be put in, left out or changed to make one word of the other.
+/// How many letters must be put in, left out or changed, or neighbours swapped, to make one word of
+/// the other.
 std::size_t distance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
+    std::vector<std::vector<std::size_t>> table(a.size() + 1,
+                                                std::vector<std::size_t>(b.size() + 1));
+    for (std::size_t i = 0; i <= a.size(); ++i) table[i][0] = i;
+    for (std::size_t j = 0; j <= b.size(); ++j) table[0][j] = j;
     for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
         for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t changed = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = row[j];
-            row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
+            const std::size_t changed = table[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+            table[i][j] = std::min({changed, table[i - 1][j] + 1, table[i][j - 1] + 1});
+            const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
+            if (swapped) table[i][j] = std::min(table[i][j], table[i - 2][j - 2] + 1);
         }
     }
-    return row[b.size()];
+    return table[a.size()][b.size()];
 }
 
 }  // namespace
@@ -80,6 +81,7 @@ std::string suggestion(std::string_view text, const std::vector<std::string>& na
     const std::size_t dashes = std::min(text.find_first_not_of('-'), text.size());
     std::size_t best = 1 + (text.size() - dashes) / 3;
     const std::string* found = nullptr;
+    if (text.size() > 64) return "";
     for (const std::string& name : names) {
         const std::size_t far = distance(text, name);
         if (far > best || (far == best && found != nullptr)) continue;
