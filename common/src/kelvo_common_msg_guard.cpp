@@ -216,7 +216,7 @@ Status startup_reg(Block block, u64 path_cell) {
     char* path;
     u32 count;
     if (walk_path_and_count(in, path_cell, &path, &count) != 0) return 0;
-    PairSet pairs;
+    PairSet pairs(most_pairs(in, count));
     bool any_added = false;
     const Status st = walk_pairs(in, count, [&](u32 job_id, u32 node_id) -> Status {
         if (pairs.matches(job_id, node_id)) return KELVO_ERR_MSG_CONTENT;

@@ -24,8 +24,8 @@ Status read_path_and_list(u8* msg, u32 length, u64 path_cell, char** path,
     HostOrder order;
     Cursor in(order, msg, length);
     u32 pairs;
-    StartupListBuilder builder;
     if (const Status st = walk_path_and_count(in, path_cell, path, &pairs)) return st;
+    StartupListBuilder builder(most_pairs(in, pairs));
     if (const Status st = read_pairs(in, pairs, builder)) return st;
     *list = builder.list();
     return 0;
@@ -48,7 +48,7 @@ Status read_startup_unreg(void* message, u32 length, u32* registration_id,
     u32 pairs;
     if (const Status st = in.skip(offsetof(kelvo_msg_startup_unreg, pairs))) return st;
     if (const Status st = in.cell(&pairs)) return st;
-    StartupListBuilder builder;
+    StartupListBuilder builder(most_pairs(in, pairs));
     if (const Status st = read_pairs(in, pairs, builder)) {
         builder.discard();
         return st;

@@ -5,6 +5,8 @@
 // does not check is its own.
 #pragma once
 
+#include <algorithm>
+
 #include "kelvo_common_msg_registration.h"
 #include "kelvo_wire.h"
 
@@ -18,6 +20,12 @@ template <class Order>
     if (const Status st = in.skip(path_cell)) return st;
     if (const Status st = in.text(path)) return st;
     return in.cell(pairs);
+}
+
+/// As many of the claimed pairs as there is room for.
+template <class Order>
+[[nodiscard]] u64 most_pairs(const Cursor<Order>& in, u32 claimed) {
+    return std::min<u64>(claimed, in.left() / sizeof(kelvo_startup_pair));
 }
 
 /// The startup pairs that end a message. A pair that is received is converted before there is known

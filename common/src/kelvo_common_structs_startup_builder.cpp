@@ -5,6 +5,9 @@
 // place.
 #include <sys/random.h>
 
+#include <algorithm>
+#include <bit>
+
 #include "kelvo_common_structs_startup_list.h"
 
 using namespace kelvo;
@@ -23,8 +26,7 @@ bool PairSet::matches(u32 job_id, u32 node_id) const {
 }
 
 bool PairSet::reserve() {
-    if (slots_ == nullptr && few_used_ < kFew) return true;
-    return (used_ + 2) * 2 <= capacity_ || grow();
+    return slots_ != nullptr || few_used_ < kFew || make_slots();
 }
 
 void PairSet::add(u32 job_id, u32 node_id) {
@@ -35,25 +37,15 @@ void PairSet::add(u32 job_id, u32 node_id) {
     }
 }
 
-bool PairSet::grow() {
-    const std::size_t capacity = capacity_ == 0 ? kFirstSlots : capacity_ * 2;
-    auto* const slots = static_cast<u64*>(std::calloc(capacity, sizeof(u64)));
-    if (slots == nullptr) return false;
-    // Without entropy the salt stays 0, and only the protection against chosen pairs is lost.
-    if (capacity_ == 0) (void)!getrandom(salt_, sizeof salt_, GRND_NONBLOCK);
-
-    u64* const old_slots = slots_;
-    const std::size_t old_capacity = capacity_;
-    slots_ = slots;
+/// The slots, and in them the pairs that there are: two keys for a pair, in at most half of them.
+bool PairSet::make_slots() {
+    const std::size_t capacity = std::bit_ceil(std::max<u64>(most_, kFew + 1) * 4);
+    slots_ = static_cast<u64*>(std::calloc(capacity, sizeof(u64)));
+    if (slots_ == nullptr) return false;
     capacity_ = capacity;
-    used_ = 0;
-    if (old_slots == nullptr) {
-        for (const kelvo_startup_pair& pair : few_) put_pair(pair.job_id, pair.node_id);
-    }
-    for (std::size_t i = 0; i < old_capacity; ++i) {
-        if (old_slots[i] != 0) put(old_slots[i]);
-    }
-    std::free(old_slots);
+    // Without entropy the salt stays 0, and only the protection against chosen pairs is lost.
+    (void)!getrandom(salt_, sizeof salt_, GRND_NONBLOCK);
+    for (const kelvo_startup_pair& pair : few_) put_pair(pair.job_id, pair.node_id);
     return true;
 }
 
@@ -80,9 +72,7 @@ void PairSet::put(u64 key) {
         holds_zero_ = true;
         return;
     }
-    u64& slot = slots_[slot_of(key)];
-    if (slot == 0) ++used_;
-    slot = key;
+    slots_[slot_of(key)] = key;
 }
 
 kelvo_status StartupListBuilder::add(u32 job_id, u32 node_id) {

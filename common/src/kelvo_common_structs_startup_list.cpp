@@ -30,6 +30,13 @@ void drop_first(kelvo_startup_list** list) {
     std::free(first);
 }
 
+/// Counted, since the first entry's count is the caller's to spoil.
+u64 entries_of(const kelvo_startup_list* list) {
+    u64 entries = 0;
+    for (; list != nullptr; list = list->next) ++entries;
+    return entries;
+}
+
 constexpr u64 kBlockHeadBytes = sizeof(kelvo_length_cell);
 
 u64 block_bytes(u32 count) {
@@ -134,7 +141,7 @@ kelvo_status kelvo_common_startup_list_dup(const kelvo_startup_list* list_handle
                                            kelvo_startup_list** dup_list) {
     KELVO_ASSERT(list_handle != nullptr && dup_list != nullptr,
                  "list_handle != ((void *)0) && dup_list != ((void *)0)", KELVO_UNIT);
-    StartupListBuilder copy;
+    StartupListBuilder copy(entries_of(list_handle));
     for (const auto* entry = list_handle; entry != nullptr; entry = entry->next) {
         if (const kelvo_status st = copy.add(entry->job_id, entry->node_id)) {
             copy.discard();

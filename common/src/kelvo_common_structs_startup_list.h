@@ -19,10 +19,12 @@ namespace kelvo {
 
 /// What a list of pairs answers to the match rule. While the pairs are few they stand in a row, to
 /// be looked through. After that they are a hash set that holds each pair (job, node) and, for each
-/// job, the pair (job, any): a query for any node then is a lookup like every other.
+/// job, the pair (job, any): a query for any node then is a lookup like every other. The slots for
+/// them are made once, for as many pairs as there can be.
 class PairSet {
   public:
-    PairSet() = default;
+    /// A set of at most so many pairs.
+    explicit PairSet(u64 most) : most_(most) {}
     ~PairSet() { std::free(slots_); }
     PairSet(const PairSet&) = delete;
     PairSet& operator=(const PairSet&) = delete;
@@ -35,27 +37,29 @@ class PairSet {
 
   private:
     static constexpr std::size_t kFew = 32;  ///< so many are found as fast without a hash
-    static constexpr std::size_t kFirstSlots = 256;
     static u64 key(u32 job_id, u32 node_id) { return u64{job_id} << 32 | node_id; }
 
     [[nodiscard]] bool few_match(u32 job_id, u32 node_id) const;
     [[nodiscard]] std::size_t slot_of(u64 key) const;
     [[nodiscard]] bool holds(u64 key) const;
-    [[nodiscard]] bool grow();
+    [[nodiscard]] bool make_slots();
     void put(u64 key);
     void put_pair(u32 job_id, u32 node_id);
 
+    u64 most_;
     kelvo_startup_pair few_[kFew];
     std::size_t few_used_ = 0;
     u64* slots_ = nullptr;  ///< keys at the first free slot from their hash on; 0 is a free slot
     std::size_t capacity_ = 0;  ///< number of slots, a power of two
-    std::size_t used_ = 0;
-    bool holds_zero_ = false;  ///< the key 0, which cannot stand in a slot
-    u64 salt_[2] = {};         ///< unknown to whoever chooses the pairs
+    bool holds_zero_ = false;   ///< the key 0, which cannot stand in a slot
+    u64 salt_[2] = {};          ///< unknown to whoever chooses the pairs
 };
 
 class StartupListBuilder {
   public:
+    /// A list of at most so many pairs.
+    explicit StartupListBuilder(u64 most) : pairs_(most) {}
+
     /// As kelvo_common_startup_list_add() on the list so far.
     [[nodiscard]] kelvo_status add(u32 job_id, u32 node_id);
 

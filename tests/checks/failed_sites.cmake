@@ -8,7 +8,7 @@ function(kelvo_compare_failed_sites library services)
   set_property(TEST ${ARGN} APPEND PROPERTY ENVIRONMENT KELVO_FAILED_SITES=${directory})
   set_property(TEST ${ARGN} APPEND PROPERTY FIXTURES_SETUP failed_sites_of_${library})
   # A sanitizer's build asks for memory in other places.
-  if(NOT KELVO_SANITIZE)
+  if(NOT KELVO_SANITIZE AND NOT KELVO_COVERAGE)
     add_test(NAME every_call_of_${library}_has_failed
       COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/checks/failed_sites.py
       $<TARGET_FILE:${library}> ${directory} ${services})
