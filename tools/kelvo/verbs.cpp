@@ -6,6 +6,8 @@ namespace kelvo::tool {
 std::vector<std::unique_ptr<Verb>> make_verbs() {
     std::vector<std::unique_ptr<Verb>> verbs;
     for (const auto make : {
+             make_decode,
+             make_encode,
              make_resolve,
              make_graph,
              make_match,

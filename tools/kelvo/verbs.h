@@ -10,6 +10,8 @@
 
 namespace kelvo::tool {
 
+std::unique_ptr<Verb> make_decode();
+std::unique_ptr<Verb> make_encode();
 std::unique_ptr<Verb> make_graph();
 std::unique_ptr<Verb> make_match();
 std::unique_ptr<Verb> make_name_decode();
