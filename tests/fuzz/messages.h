@@ -6,6 +6,7 @@
 //  - The guard and the operation agree. One that is passed is run on a block of exactly its size,
 //    which the address sanitizer watches. One that is refused would really have gone wrong: run
 //    before pages that nobody may touch, the operation reaches one of them or stops the process.
+//  - One that is passed comes to what the operation's model says: status, fields, every byte.
 //  - A message in network order that is accepted is one in host order afterwards, and is accepted
 //    as that with the same fields. A message in host order is accepted in network order, too, and
 //    comes out as it was.
@@ -18,6 +19,7 @@
 #include "fuzz/fuzz.h"
 #include "fuzz/mutator.h"
 #include "kelvo_common_msg_guard.h"
+#include "models/models.h"
 #include "support/fenced.h"
 #include "support/operations.h"
 
@@ -47,6 +49,23 @@ inline kelvo_status ask(Operation operation, const MessageBlock& block) {
 /// Runs an operation on a block that the guard has passed.
 inline void run(Operation operation, MessageBlock& block, Outcome& outcome) {
     test::run(operation, block.begin(), block.length(), outcome);
+}
+
+// --- passed -------------------------------------------------------------------------------------
+
+/// A message that the guard has passed has been run, and comes to what its model says.
+inline void check_model(Operation operation, const Bytes& message, const MessageBlock& block,
+                        const Outcome& outcome) {
+    static model::Expected expected;
+    expected.outcome.outputs.clear();
+    expected.outcome.text.clear();
+    expected.left_behind = 0;
+    const std::uint8_t nothing = 0;
+    const std::uint8_t* const bytes = message.empty() ? &nothing : message.data();
+    model::Message steps(bytes, message.size(), message.size());
+    expected.outcome.status = model::model_of(operation).steps(steps, expected);
+    KELVO_HOLDS(outcome == expected.outcome && expected.left_behind == 0);
+    KELVO_HOLDS(std::memcmp(block.begin(), steps.after(), block.size()) == 0);
 }
 
 // --- refused ------------------------------------------------------------------------------------
@@ -247,6 +266,7 @@ inline int check_message(const Family& family, const std::uint8_t* data, std::si
     }
     Outcome& outcome = kept_outcome<1>();
     run(operation, block, outcome);
+    check_model(operation, message, block, outcome);
     if (outcome.status == 0) check_accepted(family, operation, message, block, outcome);
     if (family.more != nullptr) family.more(operation, message, block, outcome);
     return 0;
