@@ -99,6 +99,20 @@ bool lies_on_the_way(const char* path, const kelvo_path_pattern* pattern) {
     return matches(block.hold_text({path, static_cast<std::size_t>(slash + 1 - path)}), pattern);
 }
 
+/// What must hold of the components of a path that matches, one by one: a literal is equal, and a
+/// regular expression that is written without "/" matches none that has one.
+void check_matched(const char* path, const kelvo_path_pattern* element) {
+    for (std::string_view rest(path); !rest.empty(); ++element) {
+        const std::size_t chars = std::min(rest.find('/'), rest.size() - 1) + 1;
+        const std::string_view component = rest.substr(0, chars);
+        const std::string_view written(element->text);
+        if (element->is_regexp == 0) KELVO_HOLDS(component == written);
+        KELVO_HOLDS(written.ends_with('/') || !component.ends_with('/'));
+        if (element->is_last != 0) return;
+        rest.remove_prefix(chars);
+    }
+}
+
 void check_prefix(const char* path) {
     char* prefix = nullptr;
     KELVO_HOLDS(kelvo_util_longest_exact_path(path, &prefix) == 0);
@@ -126,7 +140,10 @@ void check_path(const char* pattern_path, const char* path, const Asked& asked) 
 
     check_elements(pattern, pattern_path, asked.dot_is_special);
     KELVO_HOLDS(matches(path, pattern) == (within == 1));
-    if (within == 1) KELVO_HOLDS(lies_on_the_way(path, pattern));
+    if (within == 1) {
+        KELVO_HOLDS(lies_on_the_way(path, pattern));
+        check_matched(path, pattern);
+    }
     if (is_literal) KELVO_HOLDS(matches(pattern_path, pattern));
     kelvo_util_path_regfree(pattern);
 }
