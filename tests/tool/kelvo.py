@@ -12,7 +12,6 @@ import tempfile
 import unittest
 
 PROGRAM = os.environ["KELVO_TOOL"]
-SANITIZED = bool(os.environ.get("KELVO_SANITIZED"))
 
 
 class Run:

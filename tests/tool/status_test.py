@@ -105,6 +105,12 @@ class Reading(kelvo.ToolTest):
             self.assertEqual(child.stdout.readline(), b"success  0x00000000  success\n")
             child.stdin.close()
 
+    def test_a_named_pipe_is_opened_once(self):
+        kelvo.os.mkfifo(self.scratch + "/pipe")
+        run = self.run_shell("(echo 0; sleep 0.1; echo NO_OWNER) >pipe & kelvo status --file pipe")
+        self.assertEqual(run.stdout, ("success  0x00000000  success\n"
+                                      "KELVO_ERR_NO_OWNER  0xa0813800  no server owns the path\n"))
+
     def test_arguments_that_look_like_lists(self):
         self.expect(self.run_tool("status", "[a,b]"), code=1,
                     err=f"kelvo status: argument 1: '[a,b]' {UNKNOWN}\n")

@@ -8,7 +8,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <optional>
 
 #include "exit_code.h"
 #include "progress.h"
@@ -33,11 +32,10 @@ class File {
 
     [[nodiscard]] const std::string& name() const { return name_; }
 
-    /// The size of a regular file; nothing for what grows while it is read.
-    [[nodiscard]] std::optional<std::uint64_t> size() const {
+    /// Whether the next piece may have to be waited for.
+    [[nodiscard]] bool may_wait() const {
         struct stat facts {};
-        if (fstat(descriptor_, &facts) != 0 || !S_ISREG(facts.st_mode)) return std::nullopt;
-        return static_cast<std::uint64_t>(facts.st_size);
+        return fstat(descriptor_, &facts) != 0 || !S_ISREG(facts.st_mode);
     }
 
     /// The next piece; empty at the end. Valid until the next call.
@@ -107,13 +105,14 @@ class Lines {
     std::uint64_t number_ = 0;
 };
 
-/// The bytes of all files together; 0 when one of them can grow.
+/// The bytes of all files together; 0 when one of them is no regular file, and so has no size.
 std::uint64_t total_size(const std::vector<std::string>& files) {
     std::uint64_t total = 0;
     for (const std::string& file : files) {
-        const auto size = File(file).size();
-        if (!size) return 0;
-        total += *size;
+        struct stat facts {};
+        const int found = file == "-" ? fstat(STDIN_FILENO, &facts) : stat(file.c_str(), &facts);
+        if (found != 0 || !S_ISREG(facts.st_mode)) return 0;
+        total += static_cast<std::uint64_t>(facts.st_size);
     }
     return total;
 }
@@ -156,7 +155,7 @@ void Input::for_each(Output& out, const std::function<void(const Record&)>& answ
         File file(name);
         Lines lines(file.name(), answer, progress);
         for (;;) {
-            if (!file.size()) out.flush();
+            if (file.may_wait()) out.flush();
             const std::string_view piece = file.piece();
             if (piece.empty()) break;
             lines.add(piece);
