@@ -50,6 +50,8 @@ class Completion(kelvo.ToolTest):
         self.assertEqual(self.complete("resolve", "--process", "kelvo_"), ["kelvo_mc"])
 
     def test_arguments(self):
+        self.assertEqual(self.complete("resolve", "--json", "--regex", "cf"),
+                         ["compopt -o nospace", "cfg/"])
         self.assertEqual(self.complete("status", "NO_O"), ["NO_OWNER"])
         self.assertEqual(self.complete("types", "BULK_A"), ["BULK_ABORT"])
 

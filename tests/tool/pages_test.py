@@ -67,6 +67,17 @@ class CommandLine(kelvo.ToolTest):
             "kelvo status: unknown option '--jsno' (did you mean '--json'?)\n"
             "Try 'kelvo status --help'.\n"))
 
+    def test_values_of_options(self):
+        usage = "Try 'kelvo order --help'.\n"
+        self.expect(self.run_tool("order", "--json=yes", "a"), code=2,
+                    err="kelvo order: '--json' takes no value\n" + usage)
+        self.expect(self.run_tool("order", "a", "--by"), code=2,
+                    err="kelvo order: --by: 1 required WORD missing\n" + usage)
+        self.expect(self.run_tool("order", "--by", "nothing", "--by=names", "bb", "a"), code=2, err=(
+            "kelvo order: --by: 'nothing' is not one of paths, names, items, comma-items\n" + usage))
+        self.expect(self.run_tool("order", "--by", "items", "--by=names", "b/a", "aa"), out="aa\nb/a\n")
+        self.expect(self.run_tool("order", "--", "--json=yes"), out="--json=yes\n")
+
     def test_version(self):
         run = self.run_tool("--version")
         self.assertRegex(run.out, r"^kelvo \d+\.\d+\.\d+\n$")

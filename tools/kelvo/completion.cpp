@@ -49,7 +49,7 @@ Words words_of(const Verb& verb, Words words, const std::string& current) {
     if (!words.empty() && words.back() == "=") words.pop_back();
     if (!words.empty()) {
         const CLI::Option* const option = option_named(verb, words.back());
-        if (option != nullptr && option->get_type_size() != 0) {
+        if (option != nullptr && takes_value(*option)) {
             return option->get_lnames().empty() ? Words()
                                                 : verb.choices("--" + option->get_lnames().front());
         }

@@ -53,8 +53,22 @@ std::string unexpected(const Verb& verb, const Words& extras) {
            suggestion(word.substr(0, word.find('=')), known);
 }
 
+/// Refuses a value for an option that takes none.
+void refuse_values_of_flags(const Verb& verb, const Words& words) {
+    for (const std::string& word : words) {
+        if (word == "--") return;
+        const std::size_t sign = word.find('=');
+        if (!word.starts_with("--") || sign == std::string::npos) continue;
+        const CLI::Option* const option = verb.app.get_option_no_throw(word.substr(0, sign));
+        if (option != nullptr && !takes_value(*option)) {
+            throw Failure(Exit::usage, "'" + word.substr(0, sign) + "' takes no value");
+        }
+    }
+}
+
 /// Runs a verb with the words that follow its name.
 int run(Verb& verb, const Words& words) {
+    refuse_values_of_flags(verb, words);
     Words reversed;
     for (auto word = words.rbegin(); word != words.rend(); ++word)
         reversed.push_back(guarded(*word));

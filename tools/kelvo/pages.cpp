@@ -33,7 +33,7 @@ std::string form_of(const CLI::Option& option) {
     for (const std::string& name : option.get_snames()) form += "-" + name + ", ";
     for (const std::string& name : option.get_lnames()) form += "--" + name + ", ";
     form.resize(form.size() - 2);
-    const std::string type = option.get_type_size() == 0 ? "" : option.get_type_name();
+    const std::string type = takes_value(option) ? option.get_type_name() : "";
     return form + (type.empty() ? "" : " " + type);
 }
 
@@ -96,6 +96,10 @@ std::string usage_of(const Verb& verb) {
         if (option->get_items_expected_max() > 1) usage += "...";
     }
     return usage;
+}
+
+bool takes_value(const CLI::Option& option) {
+    return option.get_items_expected_max() > 0;
 }
 
 std::vector<Entry> exit_codes() {

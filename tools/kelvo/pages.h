@@ -38,6 +38,9 @@ std::vector<Entry> options_of(const Verb& verb);
 /// "kelvo resolve [OPTION]... [PATH]..."
 std::string usage_of(const Verb& verb);
 
+/// Whether the option is followed by a value.
+bool takes_value(const CLI::Option& option);
+
 /// The table of exit codes.
 std::vector<Entry> exit_codes();
 

@@ -33,7 +33,10 @@ CLI::Option* Verb::add_text(const std::string& name, std::string& text, const st
         return true;
     };
     const bool is_option = name.starts_with('-');
-    return app.add_option(name, take, what)->type_name(is_option ? "TEXT" : "")->type_size(1);
+    return app.add_option(name, take, what)
+        ->type_name(is_option ? "TEXT" : "")
+        ->type_size(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
 CLI::Option* Verb::add_choice(const std::string& name, std::string& value,
@@ -41,14 +44,16 @@ CLI::Option* Verb::add_choice(const std::string& name, std::string& value,
     std::string list;
     for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
     CLI::Option* const option = app.add_option(name, value, what + ": " + list);
-    option->type_name("WORD")->check(CLI::Validator(
-        [words, list](std::string& word) {
-            for (const std::string& known : words) {
-                if (word == known) return std::string();
-            }
-            return "'" + printable(word) + "' is not one of " + list + suggestion(word, words);
-        },
-        ""));
+    option->type_name("WORD")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+        ->check(CLI::Validator(
+            [words, list](std::string& word) {
+                for (const std::string& known : words) {
+                    if (word == known) return std::string();
+                }
+                return "'" + printable(word) + "' is not one of " + list + suggestion(word, words);
+            },
+            ""));
     choices_["--" + option->get_lnames().front()] = words;
     return option;
 }
