@@ -1,0 +1,161 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+"""What tshark shows of messages is what kelvo decode says of them.
+
+    dissector_test.py TSHARK KELVO MAKE_CAPTURE PLUGIN SCRATCH
+
+The capture holds good and hostile messages of every kind. Both programs' answers are brought into one form,
+a list of (path, what stands there) in wire order, and compared one by one.
+"""
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import xml.etree.ElementTree as xml
+
+tshark, kelvo, make_capture, plugin, scratch = sys.argv[1:6]
+scratch = pathlib.Path(scratch)
+
+
+# --- kelvo decode ---------------------------------------------------------------------------------------
+
+
+def flatten(prefix, value, out):
+    """The pieces of a decoded message, entries under the name of their list."""
+    if isinstance(value, dict) and not is_content(value):
+        for name, inner in value.items():
+            if name == "order" and prefix.count(".") > 1:
+                out.append(("kelvo.entry.order", inner))
+            else:
+                flatten(f"{prefix}.{name}", inner, out)
+    elif isinstance(value, list):
+        for inner in value:
+            if isinstance(inner, dict):
+                out.append((prefix, "entry"))
+            flatten(prefix, inner, out)
+    elif isinstance(value, dict):
+        content = value.get("text", value.get("hex", value.get("value", "")))
+        if isinstance(content, str) and content.endswith("\0"):
+            content = content[:-1]
+        out.append((prefix, content))
+        if "length" in value:
+            out.append((prefix + ".length", value["length"]))
+    else:
+        out.append((prefix, value))
+
+
+def is_content(value):
+    """Whether an object stands for one piece: what is unusual about a cell, a text or a value."""
+    return bool(value) and set(value) <= {"value", "fill", "length", "cell_fill", "text", "hex"}
+
+
+def decoded(capture):
+    run = subprocess.run([kelvo, "decode", "--json", "--file", capture], stdout=subprocess.PIPE, check=False)
+    for line in run.stdout.splitlines():
+        message = json.loads(line)
+        about = [("kelvo." + name, message[name]) for name in ("message", "order", "sender", "length", "status")]
+        failed = message.get("failed", {})
+        about += [("kelvo.failed." + name, failed[name]) for name in ("check", "found", "field", "at") if name in failed]
+        pieces = []
+        flatten("kelvo." + message["message"], message["fields"], pieces)
+        rest = [("kelvo.rest", message["rest"])] if message.get("rest") else []
+        yield about + pieces + rest
+
+
+# --- tshark ---------------------------------------------------------------------------------------------
+
+
+def unescape(text):
+    """The text behind what tshark escapes."""
+    single = {"a": 7, "b": 8, "f": 12, "n": 10, "r": 13, "t": 9, "v": 11, "\\": 92, '"': 34}
+
+    def character(match):
+        escaped = match.group(1)
+        return bytes([int(escaped, 8) if escaped[0].isdigit() else int(escaped[1:], 16) if escaped[0] == "x"
+                      else single[escaped]]).decode("latin-1")
+
+    return re.sub(r"\\([0-7]{3}|x[0-9a-f]{2}|[abfnrtv\\\"])", character, text)
+
+
+def shown(field, out):
+    name, show, value = field.get("name"), field.get("show", ""), field.get("value", "")
+    children = [child for child in field if child.get("name", "").startswith("kelvo.")]
+    if name.startswith("kelvo."):
+        if name.endswith(".hex"):
+            out.append((name[:-4], value))
+        elif name.endswith(".number"):
+            out.append((name[:-7], show))
+        elif name == "kelvo.rest":
+            out.append((name, value))
+        elif "unmaskedvalue" not in field.attrib and field.get("showname", "").split(":")[0] == "" :
+            out.append((name, show))
+        else:
+            out.append((name, show))
+    for child in children:
+        shown(child, out)
+
+
+def dissected(capture):
+    environment = dict(os.environ, HOME=str(scratch / "home"))
+    shutil.rmtree(scratch / "home", ignore_errors=True)
+    plugins = scratch / "home/.local/lib/wireshark/plugins"
+    plugins.mkdir(parents=True)
+    shutil.copy(plugin, plugins)
+    run = subprocess.run([tshark, "-n", "-r", capture, "-T", "pdml"], env=environment, stdout=subprocess.PIPE,
+                         stderr=subprocess.PIPE, check=True)
+    errors = run.stderr.decode()
+    if "Lua" in errors:
+        sys.exit(f"tshark says: {errors}")
+    for packet in xml.fromstring(run.stdout):
+        for proto in packet:
+            if "Lua Error" in proto.get("showname", ""):
+                sys.exit(f"an error in the dissector: {proto.get('showname')}")
+        out = []
+        for proto in packet:
+            if proto.get("name", "").startswith("kelvo"):
+                for field in proto:
+                    shown(field, out)
+        yield out
+
+
+# --- the comparison -------------------------------------------------------------------------------------
+
+
+def same(expected, actual):
+    """Whether tshark shows what kelvo says: numbers in any base, texts as it escapes them."""
+    name, value = expected
+    if name != actual[0]:
+        return False
+    if value == "entry":
+        return True
+    show = actual[1]
+    if isinstance(value, int):
+        return re.fullmatch(r"0x[0-9a-f]+|\d+", show) is not None and int(show, 0) == value
+    return value in (show, unescape(show), show.replace(":", ""))
+
+
+capture = str(scratch / "messages.pcap")
+subprocess.run([make_capture, capture], check=True)
+said, seen = list(decoded(capture)), list(dissected(capture))
+failures = []
+if len(said) != len(seen):
+    failures.append(f"{len(said)} messages decoded, {len(seen)} dissected")
+pieces = 0
+for number, (expected, actual) in enumerate(zip(said, seen), 1):
+    # The length that a piece of content claims is shown always, and said only when it is wrong.
+    names = {name for name, _ in expected}
+    actual = [piece for piece in actual if not (piece[0].endswith(".length") and piece[0] != "kelvo.length"
+                                                and piece[0] not in names)]
+    pieces += len(expected)
+    for one, other in zip(expected + [("end", "")] * len(actual), actual + [("end", "")] * len(expected)):
+        if one == ("end", "") and other == ("end", ""):
+            break
+        if not same(one, other):
+            failures.append(f"packet {number} ({expected[0][1]}): kelvo says {one}, tshark shows {other}")
+            break
+print(f"{len(said)} messages, {pieces} pieces compared, {len(failures)} differ")
+print("\n".join(failures[:20]))
+sys.exit(1 if failures or not said else 0)
