@@ -6,6 +6,8 @@
 
 #include <cerrno>
 
+#include "kelvo_common_msg_types.h"
+
 namespace example {
 namespace {
 
@@ -18,9 +20,17 @@ Connection::~Connection() {
     close(socket_);
 }
 
+void Connection::received(const Message& message) {
+    if (capture_ == nullptr) return;
+    // A verifier's answer is laid out as an error set, which its type does not tell.
+    const bool answer = message.type() == KELVO_MSG_CB_RPLY_VERIFY;
+    capture_->add(message.bytes(), answer ? "kelvo.errorset" : "kelvo");
+}
+
 void Connection::send(Reply reply, std::uint32_t number) {
     seal(reply.message.data(), reply.kind, number,
          static_cast<std::uint32_t>(reply.message.size()));
+    if (capture_ != nullptr) capture_->add(reply.message, std::string("kelvo.") + reply.layout);
     outgoing_.insert(outgoing_.end(), reply.message.begin(), reply.message.end());
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "capture.h"
 #include "change.h"
 #include "frame.h"
 #include "reply.h"
@@ -17,7 +18,9 @@ class Service;
 
 class Connection {
   public:
-    Connection(int socket, Service& service) : socket_(socket), service_(service) {}
+    /// `capture` may be null.
+    Connection(int socket, Service& service, Capture* capture)
+        : socket_(socket), service_(service), capture_(capture) {}
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -26,6 +29,8 @@ class Connection {
     Service& service() const { return service_; }
     Receiver& receiver() { return receiver_; }
 
+    /// Notes a message that has arrived, before anything converts it.
+    void received(const Message& message);
     /// Frames a message and queues it.
     void send(Reply reply, std::uint32_t number);
     /// Sends what the socket takes. False when the client is gone, or lets replies pile up.
@@ -43,6 +48,7 @@ class Connection {
   private:
     int socket_;
     Service& service_;
+    Capture* capture_;
     Receiver receiver_{kMaxRequest};
     std::vector<std::uint8_t> outgoing_;
     std::size_t sent_ = 0;  // of outgoing_

@@ -85,6 +85,7 @@ std::string outcome_of(const std::optional<Reply>& reply) {
 }  // namespace
 
 void dispatch(Service& service, Connection& client, Message message) {
+    client.received(message);
     const Frame frame = message.frame();
     const std::uint32_t type = message.type();
     Request request{service, client, message};

@@ -112,7 +112,7 @@ std::optional<Reply> handle_bulk(Request& request) {
     kelvo_rply_bulk fixed{};
     fixed.word1 = network(static_cast<std::uint32_t>(operations.size()));
     fixed.word2 = network(failed);
-    return Reply{Kind::answer, Layout().fixed(fixed).raw(items.take()).take()};
+    return Reply{Kind::answer, Layout().fixed(fixed).raw(items.take()).take(), "bulk_reply"};
 }
 
 }  // namespace example

@@ -92,7 +92,7 @@ std::optional<Reply> handle_find_group(Request& request) {
         return inside;
     });
     fixed.word = network(count);
-    return Reply{Kind::answer, Layout().fixed(fixed).take()};
+    return Reply{Kind::answer, Layout().fixed(fixed).take(), "find_group_reply"};
 }
 
 }  // namespace example

@@ -24,6 +24,7 @@ void ListReply::add_name(const std::string& name) {
 }
 
 void ListReply::add_item(const std::string& name, const Value* value, kelvo_status status) {
+    layout_ = "datalist_reply";
     kelvo_rply_datalist_entry entry{};
     entry.type = network(value ? value->type : 0);
     entry.word2 = network(status);
@@ -43,7 +44,7 @@ Reply ListReply::take() {
     fixed.groups = network(1);
     group.word1 = network(more_ ? 1 : 0);
     group.entries = network(count_);
-    return {Kind::answer, Layout().fixed(fixed).fixed(group).raw(entries_.take()).take()};
+    return {Kind::answer, Layout().fixed(fixed).fixed(group).raw(entries_.take()).take(), layout_};
 }
 
 }  // namespace example

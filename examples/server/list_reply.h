@@ -38,6 +38,7 @@ class ListReply {
     std::uint32_t limit_;
     std::uint32_t count_ = 0;
     bool more_ = false;
+    const char* layout_ = "list_reply";
 };
 
 }  // namespace example

@@ -36,7 +36,7 @@ void send_set(Connection& client, std::uint32_t id, Layout& entries, std::uint32
     if (count == 0) return;
     kelvo_msg_notifyset fixed{};
     fixed.count = network(count);
-    client.send({Kind::event, Layout().fixed(fixed).raw(entries.take()).take()}, id);
+    client.send({Kind::event, Layout().fixed(fixed).raw(entries.take()).take(), "notifyset"}, id);
 }
 
 }  // namespace

@@ -11,7 +11,8 @@ Reply item_reply(kelvo_status status, const Value& value) {
     fixed.result = network(status);
     fixed.type = network(value.type);
     fixed.length = network(static_cast<std::uint32_t>(value.bytes.size()));
-    return {Kind::result, Layout().fixed(fixed).value_body(wire_bytes(value)).take()};
+    return {Kind::result, Layout().fixed(fixed).value_body(wire_bytes(value)).take(),
+            "item_get_reply"};
 }
 
 }  // namespace

@@ -12,6 +12,8 @@ namespace example {
 struct Reply {
     Kind kind;
     std::vector<std::uint8_t> message;
+    /// The name of its layout, which nothing in its bytes tells; for captures.
+    const char* layout;
 };
 
 /// A status, laid out as an item-get reply without a value.

@@ -84,7 +84,7 @@ int stop_signals() {
 
 }  // namespace
 
-Server::Server() : signals_(stop_signals()) {
+Server::Server(Capture* capture) : signals_(stop_signals()), capture_(capture) {
     for (const Channel& channel : channels()) {
         const std::string path = socket_path(channel);
         listeners_.push_back(
@@ -140,7 +140,7 @@ void Server::accept_from(Listener& listener) {
         close(accepted);
         return;
     }
-    clients_.emplace_back(accepted, *listener.service);
+    clients_.emplace_back(accepted, *listener.service, capture_);
 }
 
 /// False when the connection is over.

@@ -15,8 +15,9 @@ namespace example {
 
 class Server {
   public:
-    /// Listens on every channel below KELVO_RUNTIME_DIR. Throws when it cannot.
-    Server();
+    /// Listens on every channel below KELVO_RUNTIME_DIR. Throws when it cannot. `capture` may be
+    /// null.
+    explicit Server(Capture* capture);
     /// Closes and removes the sockets.
     ~Server();
     Server(const Server&) = delete;
@@ -38,6 +39,7 @@ class Server {
     bool receive(Connection& client);
 
     int signals_;
+    Capture* capture_;
     bool stopping_ = false;
     std::vector<Listener> listeners_;
     std::list<Connection> clients_;

@@ -39,7 +39,7 @@ Reply callback(std::uint32_t id, const Effects& effects) {
     std::vector<std::uint8_t> message = layout.take();
     kelvo_lib_rply_cb_get_verify_interpret_hton(message.data(),
                                                 static_cast<std::uint32_t>(message.size()));
-    return {Kind::answer, std::move(message)};
+    return {Kind::answer, std::move(message), "cb_verify_reply"};
 }
 
 }  // namespace

@@ -2,9 +2,9 @@
 # SPDX-License-Identifier: Apache-2.0
 """What tshark shows of messages is what kelvo decode says of them.
 
-    dissector_test.py TSHARK KELVO MAKE_CAPTURE PLUGIN SCRATCH
+    dissector_test.py TSHARK KELVO MAKE_CAPTURE PLUGIN SERVER CLIENT SCRATCH
 
-The capture holds good and hostile messages of every kind. Both programs' answers are brought into one form,
+One capture holds good and hostile messages of every kind, another what the example server saw on a tour. Both programs' answers are brought into one form,
 a list of (path, what stands there) in wire order, and compared one by one.
 """
 import json
@@ -14,9 +14,10 @@ import re
 import shutil
 import subprocess
 import sys
+import tempfile
 import xml.etree.ElementTree as xml
 
-tshark, kelvo, make_capture, plugin, scratch = sys.argv[1:6]
+tshark, kelvo, make_capture, plugin, server, client, scratch = sys.argv[1:8]
 scratch = pathlib.Path(scratch)
 
 
@@ -156,18 +157,39 @@ def compare(expected, actual):
     return f"kelvo says nothing more, tshark shows {left[0]}" if left else None
 
 
-capture = str(scratch / "messages.pcap")
-subprocess.run([make_capture, capture], check=True)
-said, seen = list(decoded(capture)), list(dissected(capture))
-failures = []
-if len(said) != len(seen):
-    failures.append(f"{len(said)} messages decoded, {len(seen)} dissected")
-pieces = 0
-for number, (expected, actual) in enumerate(zip(said, seen), 1):
-    pieces += len(expected)
-    difference = compare(expected, actual)
-    if difference:
-        failures.append(f"packet {number} ({expected[0][1]}): {difference}")
-print(f"{len(said)} messages, {pieces} pieces compared, {len(failures)} differ")
-print("\n".join(failures[:20]))
-sys.exit(1 if failures or not said else 0)
+def check(capture, least):
+    """Compares what both programs say of a capture. Returns the messages' names."""
+    said, seen = list(decoded(capture)), list(dissected(capture))
+    failures = []
+    if len(said) != len(seen) or len(said) < least:
+        failures.append(f"{len(said)} messages decoded, {len(seen)} dissected, at least {least} expected")
+    for number, (expected, actual) in enumerate(zip(said, seen), 1):
+        difference = compare(expected, actual)
+        if difference:
+            failures.append(f"packet {number} ({expected[0][1]}): {difference}")
+    print(f"{len(said)} messages, {sum(map(len, said))} pieces compared, {len(failures)} differ")
+    if failures:
+        sys.exit("\n".join(failures[:20]))
+    return {pieces[0][1] for pieces in said}
+
+
+def tour(capture):
+    """The example client's tour of the example server, captured."""
+    with tempfile.TemporaryDirectory(prefix="kelvo-capture.") as runtime:
+        environment = dict(os.environ, KELVO_RUNTIME_DIR=runtime)
+        serving = subprocess.Popen([server, "--capture", capture], env=environment, stdout=subprocess.PIPE)
+        serving.stdout.readline()
+        subprocess.run([client], env=environment, stdout=subprocess.DEVNULL, check=True, timeout=120)
+        serving.terminate()
+        serving.communicate(timeout=60)
+        if serving.returncode != 0:
+            sys.exit(f"the server ended with {serving.returncode}")
+
+
+scratch.mkdir(parents=True, exist_ok=True)
+subprocess.run([make_capture, str(scratch / "messages.pcap")], check=True)
+check(str(scratch / "messages.pcap"), 1000)
+tour(str(scratch / "tour.pcap"))
+names = check(str(scratch / "tour.pcap"), 50)
+if "other" in names and len(names) < 20:
+    sys.exit(f"the capture of the tour names few messages: {sorted(names)}")

@@ -16,8 +16,8 @@ std::vector<std::uint8_t> random_bytes(Random& random, std::size_t count) {
 }
 
 std::string random_text(Random& random) {
-    static const char* const kPieces[] = {"cfg", "/",  "if",   "GigabitEthernet0", "a", "\xc3\xa9",
-                                          "%20", "\n", "oper/"};
+    static const char* const kPieces[] = {"cfg",      "/",   "if", "port2-7", "a",
+                                          "\xc3\xa9", "%20", "\n", "oper/"};
     std::string text;
     for (std::uint32_t n = random.below(6); n > 0; --n) text += random.pick(kPieces);
     return text;
