@@ -60,7 +60,7 @@ std::string as_text(Bytes bytes) {
 class Writer {
   public:
     Writer(const Description& description, const Decoded& decoded)
-        : description_(description), decoded_(decoded), bytes_(decoded.bytes) {}
+        : description_(description), bytes_(decoded.bytes) {}
 
     [[nodiscard]] Json scope(const std::vector<Node>& nodes) const {
         Json object = Json::object();
@@ -151,7 +151,6 @@ class Writer {
     }
 
     const Description& description_;
-    const Decoded& decoded_;
     const Bytes bytes_;
 };
 
