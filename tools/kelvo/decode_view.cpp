@@ -139,7 +139,9 @@ class View {
         const Bytes all = bytes_.subspan(node.content_at, node.content);
         std::string text;
         const std::uint32_t width = description_.integer_width(node.type);
-        if (node.is_text) {
+        if (all.empty() && node.what == Node::What::counted && node.words[0] != 0) {
+            text = "missing";
+        } else if (node.is_text) {
             text = written(all);
         } else if (width != 0 && all.size() == width) {
             text = std::to_string(load(all, node.order));

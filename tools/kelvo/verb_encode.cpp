@@ -59,7 +59,7 @@ class Encode final : public Verb {
   header
     conversion_marker  0x0
     type               37 write lock
-  path     (4294967295 bytes claimed)
+  path    missing (4294967295 bytes claimed)
   rest  6366672f69660000
   refused at 40, path: expected room for the text: left >= 8 + n; found n = 4294967295, left = 16
 1
