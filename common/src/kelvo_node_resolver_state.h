@@ -9,14 +9,14 @@
 #include <cstring>
 
 #include "kelvo_bytes.h"
-#include "kelvo_debug.h"
+#include "kelvo_debug_flag.h"
 #include "kelvo_node_resolver.h"
 #include "kelvo_platform.h"
 
 /// Writes a debug line while a debug flag is on.
 #define KELVO_NR_DEBUG_LINE(flag, ...)                                                             \
     do {                                                                                           \
-        if (kelvo_cmn_debug_flags[flag].enabled != 0) debug_print(__VA_ARGS__);                    \
+        if (kelvo::debug_is_on(flag)) debug_print(__VA_ARGS__);                                    \
     } while (false)
 /// A debug line of the resolver.
 #define KELVO_NR_DEBUG(...) KELVO_NR_DEBUG_LINE(KELVO_DEBUG_NODE_RESOLVER, __VA_ARGS__)

@@ -18,7 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "kelvo_debug.h"
+#include "kelvo_debug_flag.h"
 #include "kelvo_regex_guard.h"
 
 static_assert(KELVO_REGEX_EXTENDED == REG_EXTENDED && KELVO_REGEX_NOSUB == REG_NOSUB);
@@ -89,7 +89,7 @@ bool was_limited(int result) {
 
 /// Says why a text does not match that might.
 int give_up(std::size_t characters) {
-    if (kelvo_cmn_debug_flags[KELVO_DEBUG_NODE_RESOLVER].enabled != 0) {
+    if (debug_is_on(KELVO_DEBUG_NODE_RESOLVER)) {
         debug_print("Regular expression given up: too much work for a text of %zu characters",
                     characters);
     }
