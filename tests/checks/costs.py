@@ -82,8 +82,8 @@ def instructions(valgrind, program, what):
                    "--collect-atstart=no", "--dump-line=no", "--quiet"]
         if what == "growth":  # only the operations are watched, not how long messages are made
             command.append("--instr-atstart=no")
-        subprocess.run([*command, program, what], check=True, stdout=subprocess.DEVNULL,
-                       stderr=subprocess.PIPE)
+        if subprocess.run([*command, program, what], stdout=subprocess.DEVNULL).returncode != 0:
+            sys.exit(f"{valgrind} could not run {program}")
         with out.open() as lines:
             for case, function, cost in calls_of_library(lines):
                 costs[case][function] += cost
