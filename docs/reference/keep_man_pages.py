@@ -3,7 +3,8 @@
 """Leaves in a folder of man pages those of headers, records and functions: keep_man_pages.py FOLDER HEADER...
 
 Doxygen also makes a page for each field and macro ("error.3", "base.3"), which would stand in the way of
-other packages' pages. What they say is on their header's page.
+other packages' pages. What they say is on their header's page. Of the pages that stay, a line of text
+that begins with a quote is marked as text, for groff would take it for a command.
 """
 import pathlib
 import re
@@ -21,6 +22,8 @@ pages = list(folder.iterdir())
 for page in pages:
     if page.stem not in named:
         page.unlink()
+    else:
+        page.write_text(re.sub(r"^'(?!\\\")", r"\\&'", page.read_text(), flags=re.M))
 missing = named - {page.stem for page in folder.iterdir()}
 if missing:
     sys.exit(f"no man page for {', '.join(sorted(missing))}")
