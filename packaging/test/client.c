@@ -7,7 +7,9 @@
 
 int main(int argc, char **argv) {
     kelvo_nr_answer answer;
-    kelvo_status status = kelvo_nr_init(0, platform_my_nodeid(), NULL);
+    uint32_t node = 0;
+    kelvo_status status = platform_my_nodeid(&node);
+    if (status == 0) status = kelvo_nr_init(0, node, NULL);
     if (status == 0) status = kelvo_nr_lookup_node("", argc > 1 ? argv[1] : "cfg/gl/name", 0, &answer, NULL);
     puts(status != 0 ? errcode_strerror(status) : kelvo_comm_nodetype_desc(answer.node_type));
     kelvo_nr_shutdown();
