@@ -5,20 +5,21 @@
 # headers, pkg-config files, CMake package.
 #   reproducible.sh SOURCE_DIR SCRATCH_DIR C_COMPILER CXX_COMPILER
 set -eu
-source=$1 scratch=$2
+source=$(CDPATH='' cd -- "$1" && pwd) scratch=$2
 CC=$3 CXX=$4 CCACHE_DISABLE=1
 export CC CXX CCACHE_DISABLE
 unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER
+
+fail() { cat "$1/log"; exit 1; }
 
 # $1 is the folder to build in; the sources are copied there.
 make_in() {
   mkdir -p "$1/tree"
   tar -C "$source" --exclude=./build --exclude=./.git -cf - . | tar -C "$1/tree" -xf -
   cmake -S "$1/tree" -B "$1/tree/build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELVO_BUILD_TOOLS=OFF \
-    -DKELVO_BUILD_EXAMPLES=OFF >"$1/log" &&
-    cmake --build "$1/tree/build" >>"$1/log" &&
-    cmake --install "$1/tree/build" --prefix "$1/prefix" >>"$1/log" ||
-    { cat "$1/log"; exit 1; }
+    -DKELVO_BUILD_EXAMPLES=OFF >"$1/log" || fail "$1"
+  cmake --build "$1/tree/build" >>"$1/log" || fail "$1"
+  cmake --install "$1/tree/build" --prefix "$1/prefix" >>"$1/log" || fail "$1"
 }
 
 rm -rf "$scratch"
