@@ -22,7 +22,7 @@ constexpr std::array<MessageType, KELVO_MSG_TYPE_COUNT> kMessageTypes = {{
 #undef KELVO_MSG_TYPE_ROW
 }};
 
-constexpr bool rows_are_in_place() {
+consteval bool rows_are_in_place() {
     for (unsigned i = 0; i < kMessageTypes.size(); ++i) {
         if (kMessageTypes[i].number != i) return false;
         const std::string_view tag = kMessageTypes[i].tag;

@@ -146,8 +146,9 @@ TEST(GetItemsCompose, FillsFourSlotsAndThreeForEachName) {
     char a[] = "a";
     char b[] = "1234567";
     char* names[] = {a, b};
-    kelvo_common_msg_get_items_compose(header.data(), names, &lens[0].length, base,
-                                       &base_len.length, 2, 0x01020304, list.data());
+    EXPECT_EQ(kelvo_common_msg_get_items_compose(header.data(), names, &lens[0].length, base,
+                                                 &base_len.length, 2, 0x01020304, list.data()),
+              0U);
 
     Bytes expected(56, 0xEE);
     put_word(expected, 24, 52);
@@ -188,8 +189,9 @@ TEST(GetItemsCompose, WithoutNamesThereAreFourSlots) {
     kelvo_length_cell base_len{0, 0};
     std::array<kelvo_slot, 5> list;
     list.fill({nullptr, 0xDEAD});
-    kelvo_common_msg_get_items_compose(header.data(), nullptr, nullptr, "b", &base_len.length, 0, 1,
-                                       list.data());
+    EXPECT_EQ(kelvo_common_msg_get_items_compose(header.data(), nullptr, nullptr, "b",
+                                                 &base_len.length, 0, 1, list.data()),
+              0U);
     EXPECT_EQ(word_at(header.data(), 40), 0U);
     EXPECT_EQ(list[3].length, 6U);
     EXPECT_EQ(list[4].length, 0xDEADU);

@@ -129,11 +129,18 @@ TEST(RegexGuard, NestingIsAcceptedUpToABound) {
 }
 
 TEST(RegexGuard, WhatOnlyLooksLikeNestingIsNotCounted) {
-    for (const char* part :
-         {"(a)",         "[(]",  "\\(",   "\\[",           "(?#()",  "(?#\\)((()",
-          "[[:alpha:]]", "[](]", "[^](]", "[\\](]",        "[[a](]", "a*",
-          "a{1,2}",      "a|",   "\\ca",  "\\c(",          "\\M-(",  "\\C-\\c(",
-          "[\\c]]",      "{(a)", "(?~a)", "(?x: # ((((\n)"}) {
+    for (const char* part : {"(a)",         "[(]",
+                             "\\(",         "\\[",
+                             "(?#()",       "(?#\\)((()",
+                             "[[:alpha:]]", "[](]",
+                             "[^](]",       "[\\](]",
+                             "[[a](]",      "a*",
+                             "a{1,2}",      "a|",
+                             "\\ca",        "\\c(",
+                             "\\M-(",       "\\C-\\c(",
+                             "[\\c]]",      "{(a)",
+                             "(?~a)",       "(?x: # ((((\n)",
+                             "[a[]](]",     "[\x01(]"}) {
         EXPECT_EQ(Compiled(repeated(part, 100)).error(), 0) << part;
     }
     EXPECT_EQ(Compiled("(?x)" + repeated("#((([[[\n", 100) + "a").error(), 0);
@@ -233,6 +240,7 @@ TEST(RegexGuard, BasicSyntaxHasGroupsOfItsOwn) {
     EXPECT_EQ(Compiled(repeated("\\([)\\]\\)", 100), KELVO_REGEX_NOSUB).error(), 0);
     EXPECT_EQ(Compiled("a" + repeated("\\{1,2\\}", 65), KELVO_REGEX_NOSUB).error(), 0);
     EXPECT_EQ(Compiled("a" + repeated("\\{1,2\\}", 66), KELVO_REGEX_NOSUB).error(), kBadPattern);
+    EXPECT_EQ(Compiled("(" + repeated("\\{1,2\\}", 65), KELVO_REGEX_NOSUB).error(), 0);
     EXPECT_EQ(Compiled("a{1,2}", KELVO_REGEX_NOSUB).match("xa{1,2}"), 0);
     EXPECT_EQ(Compiled("(*", KELVO_REGEX_NOSUB).match("x((("), 0);
     EXPECT_EQ(Compiled(repeated("[[]", 100), KELVO_REGEX_NOSUB).match(repeated("[", 100)), 0);

@@ -94,6 +94,15 @@ TEST(TraceOutput, WithoutADuplicateNothingIsWritten) {
               started() + line_of(1, "first"));
 }
 
+TEST(TraceOutput, TheFirstDescriptorIsAsGoodAsAny) {
+    EXPECT_EQ(output_of([] {
+                  close(STDIN_FILENO);
+                  platform().dup = [](int descriptor) { return dup(descriptor); };
+                  call(kNote, "first");
+              }),
+              started() + line_of(1, "first"));
+}
+
 TEST(TraceOutput, WithoutMemoryForAStreamNothingIsWritten) {
     EXPECT_EQ(output_of(Output::file,
                         [] {
