@@ -224,8 +224,10 @@ class Match final : public Verb {
             const std::string verdict = !pair.matches    ? "no match"
                                         : pair.is_regexp ? "matches"
                                                          : "the same";
-            out.line("  " + component + std::string(left - component.size() + 2, ' ') + wanted +
-                     std::string(right - wanted.size() + 2, ' ') + verdict);
+            std::string row = "  " + component;
+            row.append(left - component.size() + 2, ' ').append(wanted);
+            row.append(right - wanted.size() + 2, ' ').append(verdict);
+            out.line(row);
         }
     }
 
