@@ -208,10 +208,15 @@ Status vrfn_reg(Block block) {
     return block.verdict();
 }
 
+/// Host order, read to foresee what a reader will do.
+struct Unobserved : HostOrder {
+    static constexpr bool kObserved = false;
+};
+
 /// The reader of a VS or EDMS registration stays inside the message, but what it has added to the
 /// list before a failure is lost.
 Status startup_reg(Block block, u64 path_cell) {
-    HostOrder order;
+    Unobserved order;
     Cursor in(order, block.bytes(), block.length());
     char* path;
     u32 count;

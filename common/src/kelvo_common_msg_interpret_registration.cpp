@@ -28,7 +28,7 @@ Status read_path_and_list(u8* msg, u32 length, u64 path_cell, char** path,
     StartupListBuilder builder(most_pairs(in, pairs));
     if (const Status st = read_pairs(in, pairs, builder)) return st;
     *list = builder.list();
-    return 0;
+    return in.accept();
 }
 
 /// NFN, VRFN and EDM unregistration.
@@ -55,7 +55,7 @@ Status read_startup_unreg(void* message, u32 length, u32* registration_id,
     }
     *registration_id = load32(msg + offsetof(kelvo_msg_startup_unreg, registration_id));
     *list = builder.list();
-    return 0;
+    return in.accept();
 }
 
 }  // namespace
@@ -75,7 +75,7 @@ kelvo_status kelvo_common_msg_nfn_reg_interpret(void* msg, uint32_t length,
     *client_block = bytes + offsetof(kelvo_msg_nfn_reg, client_block);
     *parameter = load32(bytes + offsetof(kelvo_msg_nfn_reg, parameter));
     *path = text;
-    return 0;
+    return in.accept();
 }
 
 kelvo_status kelvo_common_msg_nfn_unreg_interpret(void* msg, uint32_t length,
@@ -163,5 +163,5 @@ kelvo_status kelvo_common_msg_edm_reg_interpret(void* msg, uint32_t length, void
     *w4 = load32(bytes + offsetof(kelvo_msg_edm_reg, w4));
     *w2 = load32(bytes + offsetof(kelvo_msg_edm_reg, w2));
     *w5 = load32(bytes + offsetof(kelvo_msg_edm_reg, w5));
-    return 0;
+    return in.accept();
 }

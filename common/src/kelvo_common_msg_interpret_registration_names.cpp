@@ -73,7 +73,7 @@ kelvo_status kelvo_common_msg_vrfn_reg_interpret(void* msg, uint32_t length,
     Cursor in(order, bytes, length);
     if (const Status st = in.skip(sizeof(kelvo_msg_vrfn_reg))) return st;
     const u32 claimed = load32(bytes + offsetof(kelvo_msg_vrfn_reg, count));
-    if (claimed == 0) return KELVO_ERR_MSG_CONTENT;
+    if (claimed == 0) return in.refuse(KELVO_ERR_MSG_CONTENT);
     TextArray texts;
     if (const Status st = texts.make_room(claimed, in.left())) return st;
     if (const Status st = read_paths(in, claimed, texts)) return st;
@@ -88,7 +88,7 @@ kelvo_status kelvo_common_msg_vrfn_reg_interpret(void* msg, uint32_t length,
     *w7 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w7));
     *paths = texts.release();
     *w6 = load32(bytes + offsetof(kelvo_msg_vrfn_reg, w6));
-    return 0;
+    return in.accept();
 }
 
 kelvo_status kelvo_common_msg_cfg_grp_interpret(void* msg, uint32_t length, char** path,
@@ -110,5 +110,5 @@ kelvo_status kelvo_common_msg_cfg_grp_interpret(void* msg, uint32_t length, char
     *y = 4;
     *count = claimed;
     *w1 = load32(bytes + offsetof(kelvo_msg_cfg_grp, w1));
-    return 0;
+    return in.accept();
 }

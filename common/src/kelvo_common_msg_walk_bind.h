@@ -31,7 +31,7 @@ template <class Order>
     if (const Status st = in.end()) return st;
     // Only a well-formed message is asked for its version.
     const u32 version = order.read(msg + offsetof(kelvo_msg_bind, version));
-    if (version != KELVO_BIND_VERSION) return KELVO_ERR_VERSION_MISMATCH;
+    if (version != KELVO_BIND_VERSION) return in.refuse(KELVO_ERR_VERSION_MISMATCH);
 
     *out.version = version;
     *out.reserved = order.read(msg + offsetof(kelvo_msg_bind, reserved));
@@ -42,7 +42,7 @@ template <class Order>
         if (wanted != nullptr) *wanted = order.read(parameter);
         parameter += 4;
     }
-    return 0;
+    return in.accept();
 }
 
 }  // namespace kelvo::wire

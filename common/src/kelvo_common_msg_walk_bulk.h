@@ -14,6 +14,7 @@ namespace kelvo::wire {
 class ItemOrder : public Running {
   public:
     static constexpr bool kConverts = true;
+    static constexpr bool kObserved = false;  // an item has no header
     /// Looks at the raw name length: a name too long to be true is a foreign-ordered length.
     void tell_from(u32 raw_name_length) noexcept {
         foreign_ = raw_name_length > KELVO_BULK_NAME_MAX;

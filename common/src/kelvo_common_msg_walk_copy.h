@@ -35,7 +35,7 @@ template <class Order>
     *out.second = second;
     *out.third = third;
     *out.argument = order.read(msg + offsetof(kelvo_msg_copy, argument));
-    return 0;
+    return in.accept();
 }
 
 }  // namespace kelvo::wire

@@ -34,7 +34,8 @@ template <class Order>
     if (const Status st = in.skip(sizeof(kelvo_msg_find))) return st;
     if (const Status st = in.text(first, Cell::before_room)) return st;
     if (const Status st = in.text(second, Cell::before_room)) return st;
-    return in.end();
+    if (const Status st = in.end()) return st;
+    return in.accept();
 }
 
 /// A find that is read, and left in host order.
@@ -71,7 +72,7 @@ template <class Order>
 
     *string = text;
     *group = order.read(msg + offsetof(kelvo_msg_find_group, group));
-    return 0;
+    return in.accept();
 }
 
 /// Group-find reply.

@@ -38,7 +38,7 @@ template <class Order, class Names>
     *out.base_path = base_path;
     *out.count = count;
     *out.argument = order.read(msg + offsetof(kelvo_msg_get_items, argument));
-    return 0;
+    return in.accept();
 }
 
 /// Either reader: the array of names is the caller's.

@@ -49,15 +49,15 @@ template <class Order>
     char* text;
     if (const Status st = in.cell(&count)) return st;
     if constexpr (Order::kConverts) require_one_name(count);
-    if (count != 1) return KELVO_ERR_MSG_CONTENT;
+    if (count != 1) return in.refuse(KELVO_ERR_MSG_CONTENT);
     if (const Status st = in.cell(&type)) return st;
-    if (type != KELVO_VALUE_NONE) return KELVO_ERR_MSG_CONTENT;
+    if (type != KELVO_VALUE_NONE) return in.refuse(KELVO_ERR_MSG_CONTENT);
     if (const Status st = in.text(&text)) return st;
     if (const Status st = in.end()) return st;
 
     *path = text;
     *argument = order.read(msg + offsetof(kelvo_msg_item_request, argument));
-    return 0;
+    return in.accept();
 }
 
 enum class ItemRequest { set, create, remove };
@@ -76,13 +76,13 @@ template <ItemRequest kRequest, class Order>
     u32 value_length;
     if (const Status st = in.skip(offsetof(kelvo_msg_item_request, names))) return st;
     if (const Status st = in.cell(&count)) return st;
-    if (count != 1) return KELVO_ERR_MSG_CONTENT;
+    if (count != 1) return in.refuse(KELVO_ERR_MSG_CONTENT);
     if (const Status st = in.cell(&type)) return st;
     if (const Status st = in.text(&path)) return st;
     if (const Status st = in.value(&value, &value_length)) return st;
     if (const Status st = in.end()) return st;
     if (kRequest == ItemRequest::create && type == KELVO_VALUE_NONE) {
-        return KELVO_ERR_BAD_VALUE_TYPE;
+        return in.refuse(KELVO_ERR_BAD_VALUE_TYPE);
     }
     if (value_length != 0) order.value(type, value);
 
@@ -91,7 +91,7 @@ template <ItemRequest kRequest, class Order>
     *out.value = kRequest == ItemRequest::remove && value_length == 0 ? nullptr : value;
     *out.value_length = value_length;
     *out.argument = order.read(msg + offsetof(kelvo_msg_item_request, argument));
-    return 0;
+    return in.accept();
 }
 
 /// Item verify.
@@ -116,7 +116,7 @@ template <class Order>
     *out.value = value;
     *out.value_length = value_length;
     *out.argument = order.read(msg + offsetof(kelvo_msg_item_verify, argument));
-    return 0;
+    return in.accept();
 }
 
 /// Get reply. Its four words are converted whatever the length, and one test of it is enough: no

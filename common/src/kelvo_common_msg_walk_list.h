@@ -45,7 +45,7 @@ template <class Order>
     *out.word1 = order.read(msg + offsetof(kelvo_msg_list, word1));
     read_words(order, msg + offsetof(kelvo_msg_list, value1), kListBlockWords, out.block);
     *out.word4 = order.read(msg + offsetof(kelvo_msg_list, word4));
-    return 0;
+    return in.accept();
 }
 
 /// One entry of a list reply, from *pos to where the next one begins.

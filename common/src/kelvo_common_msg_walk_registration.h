@@ -39,7 +39,7 @@ template <class Order, class Take>
         order.arrive(job_id);
         order.arrive(node_id);
         if (const Status st = in.skip(sizeof(kelvo_startup_pair))) return st;
-        if (const Status st = take(order.read(job_id), order.read(node_id))) return st;
+        if (const Status st = take(order.read(job_id), order.read(node_id))) return in.refuse(st);
         order.depart(job_id);
         order.depart(node_id);
     }
@@ -79,7 +79,7 @@ template <class Order>
     if (const Status st = in.skip(offsetof(kelvo_msg_edm_reg, first))) return st;
     if (const Status st = in.text(&first)) return st;
     order.fixed(in.at());
-    return 0;
+    return in.accept();
 }
 
 /// Conversion of an NFN registration: the path's length is converted unseen.
@@ -100,7 +100,9 @@ template <class Order>
     char* path;
     u32 pairs;
     if (const Status st = walk_path_and_count(in, path_cell, &path, &pairs)) return st;
-    return walk_pairs(in, pairs, [](u32, u32) -> Status { return 0; });
+    const auto pass = [](u32, u32) -> Status { return 0; };
+    if (const Status st = walk_pairs(in, pairs, pass)) return st;
+    return in.accept();
 }
 
 template <class Order>

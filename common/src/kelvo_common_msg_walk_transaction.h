@@ -33,7 +33,7 @@ template <class Order>
     if (const Status st = in.end()) return st;
 
     *path = text;
-    return 0;
+    return in.accept();
 }
 
 }  // namespace kelvo::wire

@@ -22,6 +22,8 @@
 
 #include "kelvo_bytes.h"
 #include "kelvo_common_msg.h"
+#include "kelvo_common_msg_types.h"
+#include "kelvo_probe.h"
 #include "kelvo_value.h"
 
 namespace kelvo::wire {
@@ -38,6 +40,8 @@ inline constexpr u32 kCellBytes = sizeof(kelvo_length_cell);
 
 /// What the policies that run a walk have in common.
 struct Running {
+    /// Whether tracers are told what becomes of the message.
+    static constexpr bool kObserved = true;
     /// The word at `at` as the walk has it by now.
     [[nodiscard]] static u32 read(const u8* at) noexcept { return load32(at); }
     /// The word at `at` as it came, which the walk has not converted.
@@ -107,24 +111,40 @@ template <class Order>
 /// the protocol, and their headers say how large the buffer must be.
 enum class Cell { after_room, before_room };
 
+/// Type of a message that is long enough to have one.
+[[nodiscard]] inline u32 type_of(const u8* message) noexcept {
+    return load32(message + offsetof(kelvo_msg_header, type));
+}
+
+/// Tells a tracer which message was refused, where and why. Out of the way of messages that are
+/// not.
+[[gnu::cold, gnu::noinline]] inline void observe_refusal(const u8* begin, const u8* at, u64 left,
+                                                         [[maybe_unused]] Status status) noexcept {
+    const u64 offset = static_cast<u64>(at - begin);
+    const u64 length = offset + left;
+    [[maybe_unused]] const u32 type =
+        length < sizeof(kelvo_msg_header) ? u32{KELVO_MSG_TYPE_COUNT} : type_of(begin);
+    KELVO_PROBE(refused, type, length, offset, status);
+}
+
 /// Position in a received message and the bytes left from there. The position is 64 bits wide on
 /// purpose: no sum of two lengths can wrap.
 template <class Order>
 class Cursor {
   public:
     Cursor(Order& order, u8* message, u64 length) noexcept
-        : order_(order), at_(message), left_(length) {}
+        : order_(order), begin_(message), at_(message), left_(length) {}
 
     /// Passes over the fixed part.
     [[nodiscard]] Status skip(u64 bytes) noexcept {
-        if (left_ < bytes) return KELVO_ERR_MSG_LENGTH;
+        if (left_ < bytes) return refuse(KELVO_ERR_MSG_LENGTH);
         advance(bytes);
         return 0;
     }
 
     /// A cell that holds a count or a type.
     [[nodiscard]] Status cell(u32* word) noexcept {
-        if (left_ < kCellBytes) return KELVO_ERR_MSG_LENGTH;
+        if (left_ < kCellBytes) return refuse(KELVO_ERR_MSG_LENGTH);
         *word = pass_word(order_, at_);
         advance(kCellBytes);
         return 0;
@@ -134,12 +154,13 @@ class Cursor {
     /// that is there and ends in NUL, room for the fill.
     [[nodiscard]] Status text(char** text, Cell touch = Cell::after_room) noexcept {
         if (touch == Cell::before_room) order_.arrive(at_);
-        if (left_ < kCellBytes) return KELVO_ERR_MSG_LENGTH;
+        if (left_ < kCellBytes) return refuse(KELVO_ERR_MSG_LENGTH);
         if (touch == Cell::after_room) order_.arrive(at_);
         const u32 length = order_.read(at_);
-        if (left_ - kCellBytes < length) return KELVO_ERR_MSG_LENGTH;
-        if (length == 0 || at_[kCellBytes + u64{length} - 1] != 0) return KELVO_ERR_MSG_CONTENT;
-        if (left_ - kCellBytes < padded8(length)) return KELVO_ERR_MSG_LENGTH;
+        if (left_ - kCellBytes < length) return refuse(KELVO_ERR_MSG_LENGTH);
+        if (length == 0 || at_[kCellBytes + u64{length} - 1] != 0)
+            return refuse(KELVO_ERR_MSG_CONTENT);
+        if (left_ - kCellBytes < padded8(length)) return refuse(KELVO_ERR_MSG_LENGTH);
         order_.depart(at_);
         *text = reinterpret_cast<char*>(at_ + kCellBytes);
         advance(kCellBytes + padded8(length));
@@ -148,10 +169,10 @@ class Cursor {
 
     /// A counted value, which may be empty: room for the cell, room for value and fill.
     [[nodiscard]] Status value(u8** value, u32* length) noexcept {
-        if (left_ < kCellBytes) return KELVO_ERR_MSG_LENGTH;
+        if (left_ < kCellBytes) return refuse(KELVO_ERR_MSG_LENGTH);
         order_.arrive(at_);
         const u32 n = order_.read(at_);
-        if (left_ - kCellBytes < padded8(n)) return KELVO_ERR_MSG_LENGTH;
+        if (left_ - kCellBytes < padded8(n)) return refuse(KELVO_ERR_MSG_LENGTH);
         order_.depart(at_);
         *value = at_ + kCellBytes;
         *length = n;
@@ -160,19 +181,39 @@ class Cursor {
     }
 
     /// A message that demands its exact length has nothing left here.
-    [[nodiscard]] Status end() const noexcept { return left_ == 0 ? 0 : KELVO_ERR_MSG_LENGTH; }
+    [[nodiscard]] Status end() const noexcept {
+        return left_ == 0 ? 0 : refuse(KELVO_ERR_MSG_LENGTH);
+    }
+
+    /// What a walk returns where it refuses what it has read for a reason of its own.
+    [[nodiscard, gnu::always_inline]] Status refuse(Status status) const noexcept {
+        if constexpr (kObserved) observe_refusal(begin_, at_, left_, status);
+        return status;
+    }
+
+    /// What a walk over a message returns when it is through.
+    [[nodiscard]] Status accept() const noexcept {
+        if constexpr (kObserved) KELVO_PROBE(interpreted, type_of(begin_), length());
+        return 0;
+    }
 
     [[nodiscard]] Order& order() const noexcept { return order_; }
     [[nodiscard]] u8* at() const noexcept { return at_; }
     [[nodiscard]] u64 left() const noexcept { return left_; }
 
   private:
+    /// Walks that look at a message for another reason than to read it are not observed.
+    static constexpr bool kObserved = KELVO_PROBES && requires { requires Order::kObserved; };
+
+    [[nodiscard]] u64 length() const noexcept { return static_cast<u64>(at_ - begin_) + left_; }
+
     void advance(u64 bytes) noexcept {
         at_ += bytes;
         left_ -= bytes;
     }
 
     Order& order_;
+    u8* begin_;
     u8* at_;
     u64 left_;
 };
@@ -189,6 +230,7 @@ struct SendHost {
 /// converted.
 inline void start_message(u8* message, u32 type) noexcept {
     store32(message + offsetof(kelvo_msg_header, type), type);
+    KELVO_PROBE(composed, type, message);
 }
 
 /// Stores adjacent words of a fixed part.

@@ -68,7 +68,7 @@ class Source:
             "length == 0 || at_[kCellBytes + u64{length} - 1] != 0": Or(length == 0, Not(byte_is_nul)),
         }
         found = []
-        for condition, status in re.findall(r"if \((.*)\) return KELVO_ERR_MSG_(\w+);", self.step(name)):
+        for condition, status in re.findall(r"if \((.*)\)\s+return refuse\(KELVO_ERR_MSG_(\w+)\);", self.step(name)):
             if condition not in known:
                 sys.exit(f"{name}: the test '{condition}' is not known here")
             found.append((known[condition], status))
