@@ -9,8 +9,8 @@
 
 #include "platform/failing_memory.h"
 #include "support/fenced.h"
-#include "support/operations.h"
 #include "support/operation_messages.h"
+#include "support/operations.h"
 #include "support/random.h"
 
 // The library's assertions come here, and print nothing.

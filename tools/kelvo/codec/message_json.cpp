@@ -119,7 +119,7 @@ class Writer {
         const bool usual_cell = all_zero(cell_fill);
         const bool usual_fill =
             all_zero(fill) && fill.size() == padded8(node.content) - node.content;
-        const Json plain = node.is_text ? text(all) : value(all, node);
+        Json plain = node.is_text ? text(all) : value(all, node);
         if (usual_length && usual_cell && usual_fill && !plain.is_null()) return plain;
 
         Json object = Json::object();
