@@ -25,8 +25,6 @@ class Terminated {
     Terminated(const Terminated&) = delete;
     Terminated& operator=(const Terminated&) = delete;
 
-    [[nodiscard]] char* end() const { return end_; }
-
   private:
     char* end_;
     char kept_;

@@ -69,11 +69,11 @@ TEST_F(ApplyBitmask, AtTheEndOnlyTheFirstBitIsWritten) {
     EXPECT_EQ(add(1, 1), 0U);
     uint32_t first = kSentinel;
     uint32_t second = kSentinel;
-    kelvo_apply_bitmask_next(&mask, &first, &second);
+    EXPECT_EQ(kelvo_apply_bitmask_next(&mask, &first, &second), 0U);
     EXPECT_EQ(mask.cursor, 1U);
     second = kSentinel;
     for (int i = 0; i < 2; ++i) {
-        kelvo_apply_bitmask_next(&mask, &first, &second);
+        EXPECT_EQ(kelvo_apply_bitmask_next(&mask, &first, &second), 0U);
         EXPECT_EQ(first, 0xffffffffU);
         EXPECT_EQ(second, kSentinel);
         EXPECT_EQ(mask.cursor, 1U);

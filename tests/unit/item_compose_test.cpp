@@ -54,8 +54,9 @@ TEST_P(GetComposeTest, FillsHeaderCellsAndSixSlots) {
     const GetRow& row = GetParam();
     Sender s;
     char path[] = "cfg/gl/a";
-    row.compose(s.header.data(), &s.count.length, &s.type.length, &s.name.length, path, 0x01020304,
-                s.list.data());
+    EXPECT_EQ(row.compose(s.header.data(), &s.count.length, &s.type.length, &s.name.length, path,
+                          0x01020304, s.list.data()),
+              0U);
 
     const auto wire = [&](uint32_t word) { return row.network ? reversed(word) : word; };
     EXPECT_EQ(s.header_bytes(), expected_header(row.type, 0, wire(0x01020304)));

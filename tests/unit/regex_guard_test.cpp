@@ -201,6 +201,9 @@ TEST(RegexGuard, ManyReferencesToManyGroupsAreRefused) {
     };
     EXPECT_EQ(Compiled(pattern(256)).error(), 0);
     EXPECT_EQ(Compiled(pattern(257)).error(), kBadPattern);
+    const std::string plain = repeated("(a)", 256);
+    EXPECT_EQ(Compiled(plain + repeated("\\k<1>", 256)).error(), 0);
+    EXPECT_EQ(Compiled(plain + repeated("\\k<1>", 257)).error(), kBadPattern);
 }
 
 TEST(RegexGuard, CalloutsAreRefused) {
@@ -215,8 +218,9 @@ TEST(RegexGuard, CalloutsAreRefused) {
 }
 
 TEST(RegexGuard, ABeginningOfANamedClassIsRefused) {
-    for (const char* pattern : {"[[:]", "[[:alpha]]", "[[:alphabet:]]", "[[:Alpha:]]", "[a[:]b]",
-                                "[[:aaaaaaaaaaaaaaaaaaaaaaaaa:]", "[[:^]]", "[[:alpha:x]]"}) {
+    for (const char* pattern :
+         {"[[:]", "[[:alpha]]", "[[:alphabet:]]", "[[:Alpha:]]", "[a[:]b]",
+          "[[:aaaaaaaaaaaaaaaaaaaaaaaaa:]", "[[:^]]", "[[:alpha:x]]", "[[:abcdefg:]]"}) {
         EXPECT_EQ(Compiled(pattern).error(), kBadPattern) << pattern;
     }
     for (const char* pattern : {"[:a]", "[[:^alpha:]]", "[[:xdigit:]]", "[a:[b]]", "[\\[:]"}) {
