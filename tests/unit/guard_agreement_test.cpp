@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cassert>
 
 #include "platform/failing_memory.h"
 #include "support/fenced.h"
@@ -14,8 +15,7 @@
 #include "support/random.h"
 
 // The library's assertions come here, and print nothing.
-extern "C" [[noreturn]] void __assert_fail(const char*, const char*, unsigned,
-                                           const char*) noexcept(true) {
+extern "C" void __assert_fail(const char*, const char*, unsigned, const char*) noexcept(true) {
     kelvo::test::Observer::end(SIGABRT);
 }
 
