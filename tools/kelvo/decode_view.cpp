@@ -2,6 +2,7 @@
 #include "decode_view.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <cstdio>
 #include <optional>
 
@@ -176,7 +177,9 @@ class View {
                         entry.told_order && entry.order != decoded_.order
                             ? std::string("  ") + name_of(entry.order) + "-endian"
                             : "";
-                    out_.line(margin + name + "[" + entry.name + "]" + order);
+                    std::string head = margin + name;
+                    head += "[" + entry.name + "]";
+                    out_.line(head += order);
                     fields(entry.children, indent + 2);
                 }
                 if (node.beyond != 0) out_.line(margin + beyond(node));
@@ -245,8 +248,7 @@ class View {
             last = dumped;
             starred = false;
             char offset[24];
-            std::snprintf(offset, sizeof offset, "%8llu  ",
-                          static_cast<unsigned long long>(at + i));
+            std::snprintf(offset, sizeof offset, "%8" PRIu64 "  ", at + i);
             std::string line = out_.paint(Style::faint, offset) + dumped;
             if (i == 0) {
                 std::string field = name;
