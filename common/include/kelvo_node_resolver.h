@@ -171,7 +171,7 @@ KELVO_API extern const uint32_t kelvo_nr_dfa_start_state;
 /**
  * Makes the resolver ready. Once per process, before any lookup and before other threads.
  *
- * @param is_server     not 0 when this process is a store server; nothing depends on it
+ * @param is_server     not 0 when this process is a store server; kept, and nothing else
  * @param nodeid        this node's id, for the show tool only; the others ask the platform
  * @param trace_handle  where names of nodes and interfaces that cannot be resolved are written (see
  *                      platform_trace_record()); null to have them logged

@@ -61,12 +61,13 @@ bool nr::centralised() {
     return known != 0;
 }
 
-kelvo_status kelvo_nr_init(uint32_t /*is_server*/, uint32_t nodeid, void* trace_handle) {
+kelvo_status kelvo_nr_init(uint32_t is_server, uint32_t nodeid, void* trace_handle) {
     // A process that starts over begins from nothing.
     delete_ifdb_key();
     state = State{};
     known_centralised.store(kUnknown, std::memory_order_relaxed);
 
+    state.is_server = is_server;
     state.trace = trace_handle;
 
     const bool is_show_tool = process_is("kelvoshow");

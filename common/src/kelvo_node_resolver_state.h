@@ -32,6 +32,7 @@ inline constexpr kelvo_nr_answer kIllegal = {KELVO_NODE_ILLEGAL, KELVO_NODEID_IN
                                              KELVO_SERVER_LOCAL};
 
 struct State {
+    u32 is_server = 0;  // kept for whoever inspects the process; no lookup asks
     void* trace = nullptr;
     u32 card_type = PLATFORM_TYPE_ROUTE_PROCESSOR;
     kelvo_nr_answer local = {KELVO_NODE_PHYSICAL, KELVO_NODEID_INVALID, 0, KELVO_SERVER_LOCAL};
