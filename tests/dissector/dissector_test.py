@@ -2,9 +2,10 @@
 # SPDX-License-Identifier: Apache-2.0
 """What tshark shows of messages is what kelvo decode says of them.
 
-    dissector_test.py TSHARK KELVO MAKE_CAPTURE PLUGIN SERVER CLIENT SCRATCH
+    dissector_test.py TSHARK KELVO MAKE_CAPTURE PLUGIN SERVER CLIENT CORPUS SCRATCH
 
-One capture holds good and hostile messages of every kind, another what the example server saw on a tour. Both programs' answers are brought into one form,
+Captures hold the corpus, every hostile variant of it, messages made up and damaged by chance, and what the
+example server saw on a tour. Both programs' answers are brought into one form,
 a list of (path, what stands there) in wire order, and compared one by one.
 """
 import json
@@ -17,7 +18,7 @@ import sys
 import tempfile
 import xml.etree.ElementTree as xml
 
-tshark, kelvo, make_capture, plugin, server, client, scratch = sys.argv[1:8]
+tshark, kelvo, make_capture, plugin, server, client, corpus, scratch = sys.argv[1:9]
 scratch = pathlib.Path(scratch)
 
 
@@ -187,6 +188,10 @@ def tour(capture):
 
 
 scratch.mkdir(parents=True, exist_ok=True)
+for name, least, options in ("corpus", 50, []), ("hostile", 2000, ["--mutate", "all"]):
+    capture = str(scratch / f"{name}.pcap")
+    subprocess.run([kelvo, "encode", "--to", "pcap", "-o", capture, "--file", corpus, *options], check=True)
+    check(capture, least)
 subprocess.run([make_capture, str(scratch / "messages.pcap")], check=True)
 check(str(scratch / "messages.pcap"), 1000)
 tour(str(scratch / "tour.pcap"))

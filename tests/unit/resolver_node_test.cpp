@@ -37,11 +37,11 @@ TEST_F(ResolverNode, IsReadAsHexadecimal) {
 
 TEST_F(ResolverNode, IsParsedByThePlatformWhenItHoldsAnUnderscore) {
     platform().parse_nodeid = [](const char* text, std::uint32_t* nodeid) -> kelvo_status {
-        EXPECT_STREQ(text, "0_1_CPU0");
+        EXPECT_STREQ(text, "0_1_main");
         *nodeid = 0x101;
         return 0;
     };
-    EXPECT_EQ(look_up("cfg/node/act/0_1_CPU0/a"), owner(node_answer(0x101)));
+    EXPECT_EQ(look_up("cfg/node/act/0_1_main/a"), owner(node_answer(0x101)));
 }
 
 TEST_F(ResolverNode, OnlyItsOwnComponentCounts) {
