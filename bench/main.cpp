@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// kelvo_bench: Google Benchmark's program, with one option of its own, first: --rows prints what
-// there is to measure, as JSON.
+// kelvo_bench: Google Benchmark's program, with two options of its own, which print JSON: --rows
+// what there is to measure, --memory what memory some work takes.
 #include <cstdio>
-#include <cstring>
 #include <nlohmann/json.hpp>
 
+#include "memory.h"
 #include "row.h"
 
 using namespace kelvo::bench;
@@ -61,6 +61,14 @@ nlohmann::ordered_json described() {
     return all;
 }
 
+nlohmann::ordered_json memory() {
+    nlohmann::ordered_json all;
+    for (const Memory& one : memory_of_bulk()) {
+        all.push_back({{"title", one.title}, {"floor", one.floor}, {"bytes", one.bytes}});
+    }
+    return all;
+}
+
 void register_all() {
     for (const Row* row : rows()) {
         for (const Contender& contender : row->contenders) {
@@ -97,8 +105,9 @@ Growth::Growth(std::string own_name, std::string own_title, std::string own_unit
 }  // namespace kelvo::bench
 
 int main(int argc, char** argv) {
-    if (argc > 1 && std::strcmp(argv[1], "--rows") == 0) {
-        std::puts(described().dump(1).c_str());
+    const std::string option = argc == 2 ? argv[1] : "";
+    if (option == "--rows" || option == "--memory") {
+        std::puts((option == "--rows" ? described() : memory()).dump(1).c_str());
         return 0;
     }
     register_all();
