@@ -19,8 +19,12 @@ void kelvo_common_msg_bind_compose(void* header, uint32_t* first_len_slot, const
     out.block(msg, sizeof(kelvo_msg_bind));
     out.text(first_len_slot, first_string);
     out.text(second_len_slot, second_string);
+    out.done();
 }
 
 void kelvo_common_msg_unbind_compose(void* header) {
     start_message(static_cast<u8*>(header), KELVO_MSG_UNBIND);
+    if (probe::composing()) [[unlikely]] {
+        probe::tell_composed(KELVO_MSG_UNBIND, sizeof(kelvo_msg_header), 0);
+    }
 }

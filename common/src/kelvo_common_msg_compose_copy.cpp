@@ -19,5 +19,5 @@ uint32_t kelvo_common_msg_copy_compose(void* header, uint32_t* len_cell_a, uint3
     out.text(len_cell_c, path_c);  // c travels first
     out.text(len_cell_a, path_a);
     out.text(len_cell_b, path_b);
-    return 0;
+    return out.done();
 }

@@ -24,6 +24,7 @@ void kelvo_common_msg_find_compose(void* header, uint32_t* first_len_slot,
     out.block(msg, sizeof(kelvo_msg_find));
     out.text(first_len_slot, first_string);
     out.text(second_len_slot, second_string);
+    out.done();
 }
 
 void kelvo_common_msg_find_grp_ag_ah_compose(void* header, uint32_t* len_slot, const char* string,
@@ -34,4 +35,5 @@ void kelvo_common_msg_find_grp_ag_ah_compose(void* header, uint32_t* len_slot, c
     Gather<> out(gather);
     out.block(msg, sizeof(kelvo_msg_find_group));
     out.text(len_slot, string);
+    out.done();
 }

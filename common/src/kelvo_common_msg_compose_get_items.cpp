@@ -19,5 +19,5 @@ uint32_t kelvo_common_msg_get_items_compose(void* header, char** names, uint32_t
     out.block(msg, sizeof(kelvo_msg_get_items));
     out.text(base_len_cell, base_path);
     for (std::size_t i = 0; i < count; ++i) out.text(name_len_cells + kCellWords * i, names[i]);
-    return 0;
+    return out.done();
 }

@@ -28,8 +28,8 @@ void compose_request(Gather<Order>& out, void* header, u32 type, u32* count_cell
 
 /// The value, which is converted where it lies. @return whether it was
 template <class Order>
-u32 compose_value(Gather<Order>& out, u32* value_len_cell, u32 value_type, void* value,
-                  i32 value_len) {
+[[gnu::always_inline]] inline u32 compose_value(Gather<Order>& out, u32* value_len_cell,
+                                                u32 value_type, void* value, i32 value_len) {
     out.counted(value_len_cell, value, static_cast<u32>(value_len));
     return value_len != 0 ? convert_value(value_type, value, value) : 0;
 }
@@ -40,7 +40,7 @@ u32 compose_get(void* header, u32 type, u32* count_cell, u32* type_cell, u32* na
     Gather<Order> out(list);
     compose_request(out, header, type, count_cell, type_cell, name_len_cell, path, KELVO_VALUE_NONE,
                     argument);
-    return 0;
+    return out.done();
 }
 
 u32 compose_change(void* header, u32 type, u32* count_cell, u32* type_cell, u32* name_len_cell,
@@ -49,7 +49,7 @@ u32 compose_change(void* header, u32 type, u32* count_cell, u32* type_cell, u32*
     Gather<> out(list);
     compose_request(out, header, type, count_cell, type_cell, name_len_cell, path, value_type,
                     argument);
-    return compose_value(out, value_len_cell, value_type, value, value_len);
+    return out.done(compose_value(out, value_len_cell, value_type, value, value_len));
 }
 
 }  // namespace
@@ -115,5 +115,5 @@ uint32_t kelvo_common_msg_item_verify_compose(void* header, uint32_t* name_len_c
     Gather<> out(list);
     out.block(msg, kHeaderBytes);
     out.text(name_len_cell, path);
-    return compose_value(out, value_len_cell, value_type, value, value_len);
+    return out.done(compose_value(out, value_len_cell, value_type, value, value_len));
 }

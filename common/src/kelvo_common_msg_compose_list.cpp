@@ -23,6 +23,7 @@ void compose(u32 type, void* header, u32* first_len_slot, u32* second_len_slot,
     out.block(msg, sizeof(kelvo_msg_list));
     out.text(first_len_slot, first_string);
     out.text(second_len_slot, second_string);
+    out.done();
 }
 
 }  // namespace

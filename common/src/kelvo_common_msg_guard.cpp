@@ -204,7 +204,8 @@ Status notifyset(Block block) {
 
 template <class Order>
 Status vrfn_reg(Block block) {
-    convert_vrfn_reg(Order(block), block.bytes(), static_cast<u32>(block.length()));
+    static_cast<void>(
+        convert_vrfn_reg(Order(block), block.bytes(), static_cast<u32>(block.length())));
     return block.verdict();
 }
 

@@ -12,6 +12,12 @@ using namespace kelvo::wire;
 
 namespace {
 
+/// A step without a state or a record: no item is looked at.
+template <std::size_t kTypeWord>
+Status refuse_null_step() {
+    return Outcome<ItemOrder, kBulkItem<kTypeWord>>(nullptr, 0).refuse(0, refuse_null());
+}
+
 /// Takes the current item. The state moves only on success.
 template <std::size_t kTypeWord, class State>
 Status step_forward(State& state, BulkItem* item) {
@@ -36,12 +42,14 @@ void* step_back(State& state) {
 
 kelvo_status kelvo_common_msg_bulk_interpret(void* msg, uint32_t length,
                                              kelvo_bulk_info* bulk_info) {
-    if (any_null(msg, bulk_info) || length == 0) return refuse_null();
+    if (any_null(msg, bulk_info) || length == 0) {
+        return Outcome<FromNetwork>(msg, length).refuse(0, refuse_null());
+    }
     return walk_bulk(FromNetwork{}, msg, length, bulk_info);
 }
 
 kelvo_status kelvo_common_msg_bulk_next(kelvo_bulk_info* bulk_info, kelvo_bulk_item* record_out) {
-    if (any_null(bulk_info, record_out)) return refuse_null();
+    if (any_null(bulk_info, record_out)) return refuse_null_step<kRequestTypeWord>();
     BulkItem item;
     if (const Status st = step_forward<kRequestTypeWord>(*bulk_info, &item)) return st;
 
@@ -66,13 +74,15 @@ void* kelvo_common_msg_bulk_back(kelvo_bulk_info* bulk_info) {
 
 kelvo_status kelvo_common_msg_bulk_reply_interpret(void* reply, uint32_t length,
                                                    kelvo_bulk_reply_info* reply_info) {
-    if (any_null(reply, reply_info) || length == 0) return refuse_null();
+    if (any_null(reply, reply_info) || length == 0) {
+        return Outcome<FromNetwork, kBulkReply>(reply, length).refuse(0, refuse_null());
+    }
     return walk_bulk_reply(FromNetwork{}, reply, length, reply_info);
 }
 
 kelvo_status kelvo_common_msg_bulk_reply_next(kelvo_bulk_reply_info* reply_info,
                                               kelvo_bulk_reply_item* reply_record_out) {
-    if (any_null(reply_info, reply_record_out)) return refuse_null();
+    if (any_null(reply_info, reply_record_out)) return refuse_null_step<kReplyTypeWord>();
     BulkItem item;
     if (const Status st = step_forward<kReplyTypeWord>(*reply_info, &item)) return st;
 

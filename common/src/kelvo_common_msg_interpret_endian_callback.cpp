@@ -6,6 +6,16 @@
 using namespace kelvo;
 using namespace kelvo::wire;
 
+namespace {
+
+/// What is temporary has no body, and is not looked at.
+template <kelvo_msg_operation kReceives>
+kelvo_status nothing_to_convert(const void* message, u32 length) {
+    return Outcome<HostOrder, probe::no_header(kReceives)>(message, length).accept();
+}
+
+}  // namespace
+
 kelvo_status kelvo_lib_rply_cb_get_apply_interpret_ntoh(void* msg, uint32_t length) {
     return walk_cb_apply(FromNetwork{}, msg, length);
 }
@@ -46,18 +56,18 @@ kelvo_status kelvo_lib_rply_smset_interpret_hton(void* msg, uint32_t length) {
     return walk_smset(ToNetwork{}, msg, length);
 }
 
-kelvo_status kelvo_common_msg_temp_interpret_hton(void* /*msg*/, uint32_t /*length*/) {
-    return 0;
+kelvo_status kelvo_common_msg_temp_interpret_hton(void* msg, uint32_t length) {
+    return nothing_to_convert<KELVO_OPERATION_TEMP_NTOH>(msg, length);
 }
 
-kelvo_status kelvo_common_msg_temp_interpret_ntoh(void* /*msg*/, uint32_t /*length*/) {
-    return 0;
+kelvo_status kelvo_common_msg_temp_interpret_ntoh(void* msg, uint32_t length) {
+    return nothing_to_convert<KELVO_OPERATION_TEMP_NTOH>(msg, length);
 }
 
-kelvo_status kelvo_lib_rply_temp_interpret_hton(void* /*msg*/, uint32_t /*length*/) {
-    return 0;
+kelvo_status kelvo_lib_rply_temp_interpret_hton(void* msg, uint32_t length) {
+    return nothing_to_convert<KELVO_OPERATION_TEMP_REPLY_NTOH>(msg, length);
 }
 
-kelvo_status kelvo_lib_rply_temp_interpret_ntoh(void* /*msg*/, uint32_t /*length*/) {
-    return 0;
+kelvo_status kelvo_lib_rply_temp_interpret_ntoh(void* msg, uint32_t length) {
+    return nothing_to_convert<KELVO_OPERATION_TEMP_REPLY_NTOH>(msg, length);
 }

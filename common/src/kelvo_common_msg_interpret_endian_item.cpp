@@ -50,6 +50,6 @@ kelvo_status kelvo_lib_rply_item_get_interpret_ntoh(void* reply, uint32_t length
     return walk_item_get_reply(FromNetwork{}, reply, length);
 }
 
-kelvo_status kelvo_lib_rply_item_get_interpret_hton(void* /*reply*/, uint32_t /*length*/) {
-    return 0;
+kelvo_status kelvo_lib_rply_item_get_interpret_hton(void* reply, uint32_t length) {
+    return Outcome<ToNetwork, kItemGetReply>(reply, length).accept();
 }

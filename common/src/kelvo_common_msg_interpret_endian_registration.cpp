@@ -15,13 +15,11 @@ kelvo_status kelvo_common_msg_nfn_reg_interpret_hton(void* msg, uint32_t length)
 }
 
 kelvo_status kelvo_common_msg_vrfn_reg_interpret_ntoh(void* msg, uint32_t length) {
-    convert_vrfn_reg(FromNetwork{}, msg, length);
-    return 0;
+    return convert_vrfn_reg(FromNetwork{}, msg, length);
 }
 
 kelvo_status kelvo_common_msg_vrfn_reg_interpret_hton(void* msg, uint32_t length) {
-    convert_vrfn_reg(ToNetwork{}, msg, length);
-    return 0;
+    return convert_vrfn_reg(ToNetwork{}, msg, length);
 }
 
 kelvo_status kelvo_common_msg_vs_reg_interpret_ntoh(void* msg, uint32_t length) {

@@ -9,9 +9,12 @@ using namespace kelvo::wire;
 
 namespace {
 
-/// Commit and abort are the common header alone.
-kelvo_status header_alone(u32 length) {
-    return length < sizeof(kelvo_msg_header) ? KELVO_ERR_MSG_LENGTH : 0;
+/// Commit and abort are the common header alone, which is not looked at.
+template <u32 kType>
+kelvo_status header_alone(void* message, u32 length) {
+    const Outcome<FromNetwork, kType> outcome(message, length);
+    if (length < sizeof(kelvo_msg_header)) return outcome.refuse(0, KELVO_ERR_MSG_LENGTH);
+    return outcome.accept();
 }
 
 }  // namespace
@@ -21,12 +24,12 @@ kelvo_status kelvo_common_msg_transtart_interpret(void* msg, uint32_t length, ui
     return walk_transaction_start(FromNetwork{}, msg, length, words, options);
 }
 
-kelvo_status kelvo_common_msg_trancommit_interpret(void* /*msg*/, uint32_t length) {
-    return header_alone(length);
+kelvo_status kelvo_common_msg_trancommit_interpret(void* msg, uint32_t length) {
+    return header_alone<KELVO_MSG_TRANS_COMMIT>(msg, length);
 }
 
-kelvo_status kelvo_common_msg_tranabort_interpret(void* /*msg*/, uint32_t length) {
-    return header_alone(length);
+kelvo_status kelvo_common_msg_tranabort_interpret(void* msg, uint32_t length) {
+    return header_alone<KELVO_MSG_TRANS_ABORT>(msg, length);
 }
 
 kelvo_status kelvo_common_msg_item_wrlock_interpret(void* msg, uint32_t length, char** path) {

@@ -36,8 +36,9 @@ kelvo_status kelvo_common_notifyset_next(kelvo_notifyset_iterator* iterator,
     auto* const entry = static_cast<u8*>(iterator->current);
     const auto begin = reinterpret_cast<std::uintptr_t>(entry);
     const auto end = reinterpret_cast<std::uintptr_t>(iterator->end);
-    if (begin >= end) return KELVO_ERR_MSG_LENGTH;
-    const u64 left = end - begin;
+    const u64 left = begin < end ? end - begin : 0;
+    const Outcome<HostOrder, probe::no_header(KELVO_OPERATION_NOTIFYSET_NEXT)> outcome(entry, left);
+    if (left == 0) return outcome.refuse(0, KELVO_ERR_MSG_LENGTH);
 
     kelvo_notifyset_entry& record = *record_out;
     record.type = load32(entry + offsetof(kelvo_msg_notifyset_entry, type));
@@ -49,13 +50,13 @@ kelvo_status kelvo_common_notifyset_next(kelvo_notifyset_iterator* iterator,
 
     const u32 name_length = load32(entry + offsetof(kelvo_msg_notifyset_entry, name_length));
     const u64 first_cell = kNotifyEntryBytes + padded8(name_length);
-    if (first_cell > left) return KELVO_ERR_MSG_LENGTH;
+    if (first_cell > left) return outcome.refuse(first_cell, KELVO_ERR_MSG_LENGTH);
     const Value first = value_at(entry, first_cell);
     const bool has_first = record.kind != KELVO_NOTIFY_NO_FIRST_VALUE;
     record.first = has_first ? entry + first.at : nullptr;
     record.first_length = has_first ? first.length : 0;
 
-    if (first.end > left) return KELVO_ERR_MSG_LENGTH;
+    if (first.end > left) return outcome.refuse(first.end, KELVO_ERR_MSG_LENGTH);
     const Value second = value_at(entry, first.end);
     const bool has_second = record.kind != KELVO_NOTIFY_NO_SECOND_VALUE;
     record.second = has_second ? entry + second.at : nullptr;
@@ -64,7 +65,7 @@ kelvo_status kelvo_common_notifyset_next(kelvo_notifyset_iterator* iterator,
     *kind_and_type_out = load64(entry);
     iterator->current = entry + second.end;
     iterator->index += 1;
-    return 0;
+    return outcome.accept();
 }
 
 kelvo_status kelvo_common_notifyset_start(kelvo_notifyset_iterator* iterator) {

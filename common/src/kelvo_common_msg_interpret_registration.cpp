@@ -33,10 +33,13 @@ Status read_path_and_list(u8* msg, u32 length, u64 path_cell, char** path,
 
 /// NFN, VRFN and EDM unregistration.
 Status read_unreg(void* message, u32 length, u32* registration_id) {
-    if (length != sizeof(kelvo_msg_unreg)) return KELVO_ERR_MSG_LENGTH;
-    const auto* const msg = static_cast<const u8*>(message);
+    auto* const msg = static_cast<u8*>(message);
+    HostOrder order;
+    Cursor in(order, msg, length);
+    if (const Status st = in.skip(sizeof(kelvo_msg_unreg))) return st;
+    if (const Status st = in.end()) return st;
     *registration_id = load32(msg + offsetof(kelvo_msg_unreg, registration_id));
-    return 0;
+    return in.accept();
 }
 
 /// VS and EDMS unregistration. Unlike a registration, a failure here releases what it has made.

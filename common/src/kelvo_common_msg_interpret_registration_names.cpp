@@ -52,7 +52,7 @@ Status read_group_path(Cursor<FromNetwork>& in, u32* count, char** path) {
     TextArray names;
     if (const Status st = walk_group_names(in, names, count)) return st;
     char* const composed = compose_group_path(names.texts(), *count);
-    if (composed == nullptr) return KELVO_ERR_NO_MEMORY;
+    if (composed == nullptr) return in.refuse(KELVO_ERR_NO_MEMORY);
     if (const Status st = in.end()) {
         std::free(composed);
         return st;
@@ -75,7 +75,7 @@ kelvo_status kelvo_common_msg_vrfn_reg_interpret(void* msg, uint32_t length,
     const u32 claimed = load32(bytes + offsetof(kelvo_msg_vrfn_reg, count));
     if (claimed == 0) return in.refuse(KELVO_ERR_MSG_CONTENT);
     TextArray texts;
-    if (const Status st = texts.make_room(claimed, in.left())) return st;
+    if (const Status st = texts.make_room(claimed, in.left())) return in.refuse(st);
     if (const Status st = read_paths(in, claimed, texts)) return st;
 
     *registration_id = load32(bytes + offsetof(kelvo_msg_vrfn_reg, registration_id));

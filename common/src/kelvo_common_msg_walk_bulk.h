@@ -14,7 +14,6 @@ namespace kelvo::wire {
 class ItemOrder : public Running {
   public:
     static constexpr bool kConverts = true;
-    static constexpr bool kObserved = false;  // an item has no header
     /// Looks at the raw name length: a name too long to be true is a foreign-ordered length.
     void tell_from(u32 raw_name_length) noexcept {
         foreign_ = raw_name_length > KELVO_BULK_NAME_MAX;
@@ -54,7 +53,8 @@ template <class Order>
     const auto word = [&](std::size_t offset) { return order.read(msg + offset); };
     fixed_words(order, msg + offsetof(kelvo_msg_bulk, word1), 5);
     order.fixed(msg + offsetof(kelvo_msg_bulk, leading));
-    if (length < offsetof(kelvo_msg_bulk, leading)) return KELVO_ERR_MSG_LENGTH;
+    Cursor in(order, msg, length);
+    if (const Status st = in.skip(offsetof(kelvo_msg_bulk, leading))) return st;
 
     u8* const leading = msg + sizeof(kelvo_msg_bulk);
     *out = {.start = msg,
@@ -67,15 +67,23 @@ template <class Order>
             .word2 = word(offsetof(kelvo_msg_bulk, word2)),
             .leading = reinterpret_cast<const char*>(leading),
             .zero = {}};
-    return 0;
+    return in.accept();
 }
+
+/// What tracers know the fixed part of a reply by, and items, which are told of one by one.
+inline constexpr u32 kBulkReply = probe::no_header(KELVO_OPERATION_BULK_REPLY);
+template <std::size_t kTypeWord>
+inline constexpr u32 kBulkItem = probe::no_header(kTypeWord == kRequestTypeWord
+                                                      ? KELVO_OPERATION_BULK_NEXT
+                                                      : KELVO_OPERATION_BULK_REPLY_NEXT);
 
 /// The fixed part of a reply; words 3 and 4 are nobody's to convert.
 template <class Order>
 [[nodiscard]] Status walk_bulk_reply(Order order, void* reply, u64 length,
                                      kelvo_bulk_reply_info* out) {
-    if (length < offsetof(kelvo_rply_bulk, untouched)) return KELVO_ERR_MSG_LENGTH;
     auto* const msg = static_cast<u8*>(reply);
+    Cursor<Order, kBulkReply> in(order, msg, length);
+    if (const Status st = in.skip(offsetof(kelvo_rply_bulk, untouched))) return st;
     fixed_words(order, msg + offsetof(kelvo_rply_bulk, word1), 2);
 
     *out = {.start = msg,
@@ -85,7 +93,7 @@ template <class Order>
             .word3 = order.raw(msg + offsetof(kelvo_rply_bulk, word3)),
             .word4 = order.raw(msg + offsetof(kelvo_rply_bulk, word4)),
             .index = 1};
-    return 0;
+    return in.accept();
 }
 
 /// Bytes from an item to the end of the message. None when the item lies beyond the end, where a
@@ -98,8 +106,9 @@ template <class Order>
 
 /// The data of an item. A foreign-ordered item has length and data converted before there is known
 /// to be room for them; a native one is not touched before.
-template <class Order>
-[[nodiscard]] Status bulk_data(Order& order, Cursor<Order>& in, u32 type, u8** data, u32* length) {
+template <class Order, u32 kType>
+[[nodiscard]] Status bulk_data(Order& order, Cursor<Order, kType>& in, u32 type, u8** data,
+                               u32* length) {
     u8* const cell = in.at();
     order.arrive(cell);
     if (order.foreign() && order.read(cell) != 0) order.value(type, cell + kCellBytes);
@@ -114,7 +123,7 @@ template <class Order>
 /// One item of a request (kTypeWord = kRequestTypeWord) or of a reply, which has a third text.
 template <std::size_t kTypeWord, class Order>
 [[nodiscard]] Status walk_bulk_item(Order order, u8* item, u64 left, BulkItem* out) {
-    Cursor in(order, item, left);
+    Cursor<Order, kBulkItem<kTypeWord>> in(order, item, left);
     if (const Status st = in.skip(sizeof(kelvo_msg_bulk_item))) return st;
     order.tell_from(order.raw(in.at()));
     fixed_words(order, item, 4);
@@ -129,7 +138,7 @@ template <std::size_t kTypeWord, class Order>
     }
     found.end = in.at();
     *out = found;
-    return 0;
+    return in.accept();
 }
 
 }  // namespace kelvo::wire

@@ -78,9 +78,13 @@ template <class Order>
 /// Group-find reply.
 template <class Order>
 [[nodiscard]] Status walk_find_group_reply(Order order, void* reply, u64 length) {
-    if (reply == nullptr || length < sizeof(kelvo_rply_find_group)) return KELVO_ERR_MSG_LENGTH;
+    constexpr u32 kType = probe::no_header(KELVO_OPERATION_FIND_GROUP_REPLY_NTOH);
+    const Outcome<Order, kType> outcome(reply, length);
+    if (reply == nullptr || length < sizeof(kelvo_rply_find_group)) {
+        return outcome.refuse(0, KELVO_ERR_MSG_LENGTH);
+    }
     fixed_words(order, static_cast<u8*>(reply) + offsetof(kelvo_rply_find_group, word), 1);
-    return 0;
+    return outcome.accept();
 }
 
 }  // namespace kelvo::wire

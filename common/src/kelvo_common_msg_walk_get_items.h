@@ -28,7 +28,7 @@ template <class Order, class Names>
     if (const Status st = in.skip(sizeof(kelvo_msg_get_items))) return st;
     if (const Status st = in.text(&base_path)) return st;
     const u32 count = order.read(msg + offsetof(kelvo_msg_get_items, count));
-    if (const Status st = names.make_room(count, in.left())) return st;
+    if (const Status st = names.make_room(count, in.left())) return in.refuse(st);
     for (u32 i = 0; i < count; ++i) {
         char* name;
         if (const Status st = in.text(&name)) return st;

@@ -119,6 +119,9 @@ template <class Order>
     return in.accept();
 }
 
+/// What tracers know a get reply by.
+inline constexpr u32 kItemGetReply = probe::no_header(KELVO_OPERATION_GET_REPLY_NTOH);
+
 /// Get reply. Its four words are converted whatever the length, and one test of it is enough: no
 /// value makes a reply shorter than its fixed part. A failed reply keeps its value unconverted.
 template <class Order>
@@ -130,14 +133,17 @@ template <class Order>
     order.fixed(rply + offsetof(kelvo_rply_item_get, length));
 
     constexpr u64 kFixed = sizeof(kelvo_rply_item_get);
-    const u32 value_length = order.read(rply + offsetof(kelvo_rply_item_get, length));
-    if (kFixed + padded8(value_length) != length) return KELVO_ERR_MSG_LENGTH;
-    if (order.read(rply + offsetof(kelvo_rply_item_get, result)) != 0) {
-        return KELVO_ERR_REPLY_FAILED;
+    constexpr u64 kResult = offsetof(kelvo_rply_item_get, result);
+    constexpr u64 kLength = offsetof(kelvo_rply_item_get, length);
+    const Outcome<Order, kItemGetReply> outcome(rply, length);
+    const u32 value_length = order.read(rply + kLength);
+    if (kFixed + padded8(value_length) != length) {
+        return outcome.refuse(kLength, KELVO_ERR_MSG_LENGTH);
     }
+    if (order.read(rply + kResult) != 0) return outcome.refuse(kResult, KELVO_ERR_REPLY_FAILED);
     const u32 type = order.read(rply + offsetof(kelvo_rply_item_get, type));
     if (value_length != 0) order.value(type, rply + kFixed);
-    return 0;
+    return outcome.accept();
 }
 
 }  // namespace kelvo::wire

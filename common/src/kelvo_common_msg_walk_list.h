@@ -48,8 +48,10 @@ template <class Order>
     return in.accept();
 }
 
-/// One entry of a list reply, from *pos to where the next one begins.
+/// One entry of a list reply, from *pos to where the next one begins or to where it was refused.
 struct ListEntry {
+    static constexpr kelvo_msg_operation kReceives = KELVO_OPERATION_LIST_REPLY_NTOH;
+
     template <class Order>
     [[nodiscard]] static Status walk(Order& order, u8* reply, u64 length, u64* pos) {
         u8* const entry = reply + *pos;
@@ -63,6 +65,7 @@ struct ListEntry {
 
 /// One entry of a data-list reply: an entry of a list reply and two values.
 struct DatalistEntry {
+    static constexpr kelvo_msg_operation kReceives = KELVO_OPERATION_DATALIST_REPLY_NTOH;
     static_assert(sizeof(kelvo_rply_datalist_entry) == sizeof(kelvo_rply_list_entry));
     static_assert(offsetof(kelvo_rply_datalist_entry, name) ==
                   offsetof(kelvo_rply_list_entry, name));
@@ -98,14 +101,17 @@ template <class Entry, class Order>
 template <class Entry, class Order>
 [[nodiscard]] Status walk_list_reply(Order order, void* reply, u64 length) {
     constexpr u64 kShortest = sizeof(kelvo_rply_list) + sizeof(kelvo_rply_list_group);
-    if (reply == nullptr || length < kShortest) return KELVO_ERR_MSG_LENGTH;
+    const Outcome<Order, probe::no_header(Entry::kReceives)> outcome(reply, length);
+    if (reply == nullptr || length < kShortest) return outcome.refuse(0, KELVO_ERR_MSG_LENGTH);
     auto* const rply = static_cast<u8*>(reply);
     const u32 groups = pass_word(order, rply + offsetof(kelvo_rply_list, groups));
     u64 pos = sizeof(kelvo_rply_list);
     for (u32 i = 0; i < groups && !order.stopped(); ++i) {
-        if (const Status st = walk_group<Entry>(order, rply, length, &pos)) return st;
+        if (const Status st = walk_group<Entry>(order, rply, length, &pos)) {
+            return outcome.refuse(pos, st);
+        }
     }
-    return 0;
+    return outcome.accept();
 }
 
 }  // namespace kelvo::wire

@@ -55,7 +55,7 @@ template <class Order, class Names>
     const u8* const count_at = in.at() + offsetof(kelvo_msg_cfg_grp, count);
     if (const Status st = in.skip(sizeof(kelvo_msg_cfg_grp))) return st;
     const u32 claimed = in.order().raw(count_at);
-    if (const Status st = names.make_room(claimed, in.left())) return st;
+    if (const Status st = names.make_room(claimed, in.left())) return in.refuse(st);
     for (u32 i = 0; i < claimed; ++i) {
         char* name;
         if (const Status st = in.text(&name, Cell::before_room)) {
@@ -88,9 +88,10 @@ template <class Order>
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + offsetof(kelvo_msg_nfn_reg, registration_id), 2);
     order.fixed(msg + offsetof(kelvo_msg_nfn_reg, parameter));
-    if (length < offsetof(kelvo_msg_nfn_reg, path)) return KELVO_ERR_MSG_LENGTH;
-    order.fixed(msg + offsetof(kelvo_msg_nfn_reg, path));
-    return 0;
+    Cursor in(order, msg, length);
+    if (const Status st = in.skip(offsetof(kelvo_msg_nfn_reg, path))) return st;
+    order.fixed(in.at());
+    return in.accept();
 }
 
 /// Conversion of path and pairs of a VS or EDMS registration.
@@ -146,9 +147,9 @@ void convert_vrfn_paths(Order& order, u8* at, u32 left, u32 rounds) {
 }
 
 /// Conversion of a VRFN registration. The bytes left are counted in 32 bits, and for a message
-/// shorter than its fixed part they are nearly 4 GiB; meant.
+/// shorter than its fixed part they are nearly 4 GiB; meant. Nothing is refused.
 template <class Order>
-void convert_vrfn_reg(Order order, void* message, u32 length) {
+[[nodiscard]] Status convert_vrfn_reg(Order order, void* message, u32 length) {
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + offsetof(kelvo_msg_vrfn_reg, registration_id), 2);
     fixed_words(order, msg + offsetof(kelvo_msg_vrfn_reg, w3), 4);
@@ -157,17 +158,19 @@ void convert_vrfn_reg(Order order, void* message, u32 length) {
 
     constexpr u32 kFixed = sizeof(kelvo_msg_vrfn_reg);
     convert_vrfn_paths(order, msg + kFixed, length - kFixed, paths);
+    return Outcome<Order>(msg, length).accept();
 }
 
 /// Conversion of a registration activate. The entries are not checked against the length; meant.
 template <class Order>
 [[nodiscard]] Status convert_reg_activate(Order order, void* message, u64 length) {
-    if (length < sizeof(kelvo_msg_reg_activate)) return KELVO_ERR_MSG_LENGTH;
     auto* const msg = static_cast<u8*>(message);
+    Cursor in(order, msg, length);
+    if (const Status st = in.skip(sizeof(kelvo_msg_reg_activate))) return st;
     fixed_words(order, msg + offsetof(kelvo_msg_reg_activate, w1), 2);
     const u32 entries = pass_word(order, msg + offsetof(kelvo_msg_reg_activate, entries));
-    fixed_words(order, msg + sizeof(kelvo_msg_reg_activate), entries);
-    return 0;
+    fixed_words(order, in.at(), entries);
+    return in.accept();
 }
 
 }  // namespace kelvo::wire

@@ -14,13 +14,14 @@ template <class Order>
                                             u32* options) {
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + offsetof(kelvo_msg_transaction_start, first), 5);
-    if (length < sizeof(kelvo_msg_transaction_start)) return KELVO_ERR_MSG_LENGTH;
+    Cursor in(order, msg, length);
+    if (const Status st = in.skip(sizeof(kelvo_msg_transaction_start))) return st;
 
     u32 halves[4];
     read_words(order, msg + offsetof(kelvo_msg_transaction_start, first), 4, halves);
     std::memcpy(words, halves, sizeof halves);
     *options = order.read(msg + offsetof(kelvo_msg_transaction_start, options));
-    return 0;
+    return in.accept();
 }
 
 /// Item lock.

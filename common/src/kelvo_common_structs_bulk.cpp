@@ -42,16 +42,30 @@ void release_arrays(kelvo_bulk_builder& builder) {
     builder.slots = nullptr;
 }
 
+/// A request that could not be begun.
+kelvo_status not_begun(kelvo_status status) {
+    if (probe::composing()) [[unlikely]]
+        probe::tell_composed(KELVO_MSG_BULK, 0, status);
+    return status;
+}
+
+/// A request is composed when its last item is there, or, without items, when it has been begun.
+[[gnu::cold]] void tell_if_composed(const kelvo_bulk_builder& builder, u32 items) {
+    const auto* const msg = static_cast<const u8*>(builder.slots[0].base);
+    if (network32(load32(msg + offsetof(kelvo_msg_bulk, count))) != items) return;
+    probe::tell_composed(builder.slots, builder.slots + slots_before(items), 0);
+}
+
 }  // namespace
 
 kelvo_status kelvo_common_msg_bulk_init(void* header, uint32_t count, uint32_t word1,
                                         uint32_t word2, const char* leading_string,
                                         kelvo_bulk_builder* builder) {
-    if (any_null(header, leading_string, builder)) return refuse_null();
+    if (any_null(header, leading_string, builder)) return not_begun(refuse_null());
     kelvo_bulk_builder made = {};
     if (!allocate_arrays(made, count)) {
         release_arrays(made);
-        return KELVO_ERR_NO_MEMORY;
+        return not_begun(KELVO_ERR_NO_MEMORY);
     }
     *builder = made;
 
@@ -63,6 +77,8 @@ kelvo_status kelvo_common_msg_bulk_init(void* header, uint32_t count, uint32_t w
     Gather<> out(builder->slots);
     out.block(msg, offsetof(kelvo_msg_bulk, leading));
     out.text(&builder->leading.length, leading_string);
+    if (probe::composing()) [[unlikely]]
+        tell_if_composed(*builder, 0);
     return 0;
 }
 
@@ -80,6 +96,8 @@ void kelvo_common_msg_bulk_add(const kelvo_bulk_item* record, uint32_t index,
     out.text(&builder->name_lengths[index].length, record->name);
     out.counted(&builder->data_lengths[index].length, second ? record->op2_data : record->data,
                 second ? record->op2_data_length : record->data_length);
+    if (probe::composing()) [[unlikely]]
+        tell_if_composed(*builder, index + 1);
 }
 
 void kelvo_common_msg_bulk_free(kelvo_bulk_builder* builder) {

@@ -383,7 +383,7 @@ kelvo_status kelvo_nr_lookup_node(const char* prefix, const char* path, uint32_t
         any_null(prefix, path, out) ? KELVO_ERR_NULL_PARAM : look_up(prefix, path, lookup);
     if (out != nullptr) *out = status == 0 ? lookup.answer : kIllegal;
     if (status == 0 && is_ambiguous != nullptr) *is_ambiguous = lookup.ambiguous;
-    KELVO_PROBE(lookup, prefix, path, status, lookup.answer.node_type, lookup.answer.node_id,
-                lookup.answer.server_type);
+    if (probe::looking_up()) [[unlikely]]
+        probe::tell_lookup(prefix, path, status, lookup.answer);
     return status;
 }

@@ -1,18 +1,71 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Static probes for tracers (docs/probes.md). A probe is one instruction that does nothing and a
-// note in the object that says where it is and where its arguments lie; without a tracer nothing is
-// evaluated for it that is not there anyway. Without the header that makes them there are none.
+// Static probes for tracers (docs/probes.md). What a probe has to say is put together out of line,
+// in kelvo_probe.cpp, and only while somebody watches: a tracer counts up the probe's semaphore,
+// and where it is 0 a probe is one load and one branch that is not taken. Built without probes
+// there is nothing left of them.
 #pragma once
+
+#include "kelvo_common_msg.h"
+#include "kelvo_common_msg_guard.h"
+#include "kelvo_node_resolver.h"
+#include "kelvo_types.h"
 
 #ifndef KELVO_PROBES
 #define KELVO_PROBES 0
 #endif
 
+extern "C" {
+[[gnu::visibility("hidden")]] extern uint16_t kelvo_composed_semaphore;
+/// One for `interpreted` and `refused`: a reader that answers asks once whether either is watched.
+[[gnu::visibility("hidden")]] extern uint16_t kelvo_interpreted_semaphore;
+[[gnu::visibility("hidden")]] extern uint16_t kelvo_refused_semaphore;
+[[gnu::visibility("hidden")]] extern uint16_t kelvo_lookup_semaphore;
+}
+
+namespace kelvo::probe {
+
+/// In place of a type: the one in the message's header.
+inline constexpr uint32_t kTypeInHeader = 0xFFFFFFFF;
+
+/// In place of the type of a message that has no header: which operation receives it.
+[[nodiscard]] constexpr uint32_t no_header(kelvo_msg_operation receives) noexcept {
+    return 256 + static_cast<uint32_t>(receives);
+}
+
 #if KELVO_PROBES
-#define SDT_USE_VARIADIC
-#include <sys/sdt.h>
-#define KELVO_PROBE(name, ...) STAP_PROBEV(kelvo, name, __VA_ARGS__)
+[[nodiscard]] inline bool composing() noexcept {
+    return kelvo_composed_semaphore != 0;
+}
+[[nodiscard]] inline bool interpreting() noexcept {
+    return kelvo_interpreted_semaphore != 0;
+}
+[[nodiscard]] inline bool looking_up() noexcept {
+    return kelvo_lookup_semaphore != 0;
+}
 #else
-#define KELVO_PROBE(name, ...) static_cast<void>(0)
+[[nodiscard]] constexpr bool composing() noexcept {
+    return false;
+}
+[[nodiscard]] constexpr bool interpreting() noexcept {
+    return false;
+}
+[[nodiscard]] constexpr bool looking_up() noexcept {
+    return false;
+}
 #endif
+
+/// A request that has no gather list, or could not be begun.
+[[gnu::cold]] void tell_composed(uint32_t type, uint64_t length, uint32_t status) noexcept;
+/// A request in the slots from `first` up to `end`, the first of which has the header.
+[[gnu::cold]] void tell_composed(const kelvo_slot* first, const kelvo_slot* end,
+                                 uint32_t status) noexcept;
+/// A message that has passed, and one that has not. `type` is one, or ::kTypeInHeader; otherwise
+/// `message` is not looked at.
+[[gnu::cold]] void tell_accepted(uint32_t type, const void* message, uint64_t length) noexcept;
+[[gnu::cold]] void tell_refused(uint32_t type, const void* message, uint64_t length,
+                                uint64_t offset, kelvo_status status) noexcept;
+[[gnu::cold]] void tell_lookup(const char* prefix, const char* path, kelvo_status status,
+                               const kelvo_nr_answer& answer) noexcept;
+
+}  // namespace kelvo::probe

@@ -111,39 +111,60 @@ template <class Order>
 /// the protocol, and their headers say how large the buffer must be.
 enum class Cell { after_room, before_room };
 
-/// Type of a message that is long enough to have one.
-[[nodiscard]] inline u32 type_of(const u8* message) noexcept {
-    return load32(message + offsetof(kelvo_msg_header, type));
-}
+/// What becomes of a received message, which tracers are told. A walk by positions answers through
+/// this; one with the cursor, through the cursor. kType is the type of a message that is not known
+/// by its header.
+template <class Order, u32 kType = probe::kTypeInHeader>
+class Outcome {
+  public:
+    Outcome(const void* message, u64 length) noexcept : message_(message), length_(length) {}
 
-/// Tells a tracer which message was refused, where and why. Out of the way of messages that are
-/// not.
-[[gnu::cold, gnu::noinline]] inline void observe_refusal(const u8* begin, const u8* at, u64 left,
-                                                         [[maybe_unused]] Status status) noexcept {
-    const u64 offset = static_cast<u64>(at - begin);
-    const u64 length = offset + left;
-    [[maybe_unused]] const u32 type =
-        length < sizeof(kelvo_msg_header) ? u32{KELVO_MSG_TYPE_COUNT} : type_of(begin);
-    KELVO_PROBE(refused, type, length, offset, status);
-}
+    /// What a walk returns when it is through.
+    [[nodiscard, gnu::always_inline]] Status accept() const noexcept {
+        if constexpr (kObserved) {
+            if (probe::interpreting()) [[unlikely]]
+                probe::tell_accepted(kType, message_, length_);
+        }
+        return 0;
+    }
+
+    /// What a walk returns where it does not go on. The part that did not pass begins at `offset`,
+    /// beyond the end of the message if a length claims that.
+    [[nodiscard, gnu::always_inline]] Status refuse(u64 offset, Status status) const noexcept {
+        if constexpr (kObserved) {
+            if (probe::interpreting()) [[unlikely]] {
+                probe::tell_refused(kType, message_, length_, offset, status);
+            }
+        }
+        return status;
+    }
+
+  private:
+    /// Walks that look at a message for another reason than to read it are not observed.
+    static constexpr bool kObserved = KELVO_PROBES && requires { requires Order::kObserved; };
+
+    const void* message_;
+    u64 length_;
+};
 
 /// Position in a received message and the bytes left from there. The position is 64 bits wide on
-/// purpose: no sum of two lengths can wrap.
-template <class Order>
+/// purpose: no sum of two lengths can wrap. The steps are inlined by force: with what a refusal has
+/// to tell they look too long for that, and then the cursor lives in memory.
+template <class Order, u32 kType = probe::kTypeInHeader>
 class Cursor {
   public:
     Cursor(Order& order, u8* message, u64 length) noexcept
         : order_(order), begin_(message), at_(message), left_(length) {}
 
     /// Passes over the fixed part.
-    [[nodiscard]] Status skip(u64 bytes) noexcept {
+    [[nodiscard, gnu::always_inline]] Status skip(u64 bytes) noexcept {
         if (left_ < bytes) return refuse(KELVO_ERR_MSG_LENGTH);
         advance(bytes);
         return 0;
     }
 
     /// A cell that holds a count or a type.
-    [[nodiscard]] Status cell(u32* word) noexcept {
+    [[nodiscard, gnu::always_inline]] Status cell(u32* word) noexcept {
         if (left_ < kCellBytes) return refuse(KELVO_ERR_MSG_LENGTH);
         *word = pass_word(order_, at_);
         advance(kCellBytes);
@@ -152,7 +173,8 @@ class Cursor {
 
     /// A counted string. Four tests in this order: room for the cell, room for the text, a text
     /// that is there and ends in NUL, room for the fill.
-    [[nodiscard]] Status text(char** text, Cell touch = Cell::after_room) noexcept {
+    [[nodiscard, gnu::always_inline]] Status text(char** text,
+                                                  Cell touch = Cell::after_room) noexcept {
         if (touch == Cell::before_room) order_.arrive(at_);
         if (left_ < kCellBytes) return refuse(KELVO_ERR_MSG_LENGTH);
         if (touch == Cell::after_room) order_.arrive(at_);
@@ -168,7 +190,7 @@ class Cursor {
     }
 
     /// A counted value, which may be empty: room for the cell, room for value and fill.
-    [[nodiscard]] Status value(u8** value, u32* length) noexcept {
+    [[nodiscard, gnu::always_inline]] Status value(u8** value, u32* length) noexcept {
         if (left_ < kCellBytes) return refuse(KELVO_ERR_MSG_LENGTH);
         order_.arrive(at_);
         const u32 n = order_.read(at_);
@@ -181,31 +203,27 @@ class Cursor {
     }
 
     /// A message that demands its exact length has nothing left here.
-    [[nodiscard]] Status end() const noexcept {
+    [[nodiscard, gnu::always_inline]] Status end() const noexcept {
         return left_ == 0 ? 0 : refuse(KELVO_ERR_MSG_LENGTH);
     }
 
     /// What a walk returns where it refuses what it has read for a reason of its own.
     [[nodiscard, gnu::always_inline]] Status refuse(Status status) const noexcept {
-        if constexpr (kObserved) observe_refusal(begin_, at_, left_, status);
-        return status;
+        return outcome().refuse(passed(), status);
     }
 
     /// What a walk over a message returns when it is through.
-    [[nodiscard]] Status accept() const noexcept {
-        if constexpr (kObserved) KELVO_PROBE(interpreted, type_of(begin_), length());
-        return 0;
-    }
+    [[nodiscard, gnu::always_inline]] Status accept() const noexcept { return outcome().accept(); }
 
     [[nodiscard]] Order& order() const noexcept { return order_; }
     [[nodiscard]] u8* at() const noexcept { return at_; }
     [[nodiscard]] u64 left() const noexcept { return left_; }
 
   private:
-    /// Walks that look at a message for another reason than to read it are not observed.
-    static constexpr bool kObserved = KELVO_PROBES && requires { requires Order::kObserved; };
-
-    [[nodiscard]] u64 length() const noexcept { return static_cast<u64>(at_ - begin_) + left_; }
+    [[nodiscard]] u64 passed() const noexcept { return static_cast<u64>(at_ - begin_); }
+    [[nodiscard]] Outcome<Order, kType> outcome() const noexcept {
+        return {begin_, passed() + left_};
+    }
 
     void advance(u64 bytes) noexcept {
         at_ += bytes;
@@ -230,7 +248,6 @@ struct SendHost {
 /// converted.
 inline void start_message(u8* message, u32 type) noexcept {
     store32(message + offsetof(kelvo_msg_header, type), type);
-    KELVO_PROBE(composed, type, message);
 }
 
 /// Stores adjacent words of a fixed part.
@@ -242,11 +259,11 @@ void send_words(u8* first, std::initializer_list<u32> words) noexcept {
     }
 }
 
-/// The gather list of a message, filled slot by slot in wire order.
+/// The gather list of a message, filled slot by slot in wire order; header first, done() last.
 template <class Order = SendNetwork>
 class Gather {
   public:
-    explicit Gather(kelvo_slot* first) noexcept : slot_(first) {}
+    explicit Gather(kelvo_slot* first) noexcept : first_(first), slot_(first) {}
 
     void block(const void* base, u64 length) noexcept { *slot_++ = {base, length}; }
 
@@ -269,7 +286,15 @@ class Gather {
         block(kelvo_alignment, pad8(length));
     }
 
+    /// The list is complete; tracers are told. @return `answer`, the compose function's
+    u32 done(u32 answer = 0) const noexcept {
+        if (probe::composing()) [[unlikely]]
+            probe::tell_composed(first_, slot_, answer);
+        return answer;
+    }
+
   private:
+    kelvo_slot* first_;
     kelvo_slot* slot_;
 };
 
