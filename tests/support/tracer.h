@@ -214,8 +214,12 @@ class Tracer {
     static std::uint64_t value_of(const Argument& argument, const greg_t* registers) {
         auto value = static_cast<std::uint64_t>(argument.number);
         if (argument.base >= 0) value += static_cast<std::uint64_t>(registers[argument.base]);
-        if (argument.in_memory) std::memcpy(&value, reinterpret_cast<const void*>(value), 8);
-        const int unused = 64 - 8 * std::abs(argument.size);
+        const int size = std::abs(argument.size);
+        if (argument.in_memory) {
+            const auto* const at = reinterpret_cast<const void*>(value);
+            std::memcpy(&value, at, static_cast<std::size_t>(size));
+        }
+        const int unused = 64 - 8 * size;
         value <<= unused;
         return argument.size < 0
                    ? static_cast<std::uint64_t>(static_cast<std::int64_t>(value) >> unused)
