@@ -27,10 +27,11 @@ namespace {
 using Receive = GuardFromNetwork;
 using Send = GuardToNetwork;
 
-/// Where the walks hand out what nobody here wants.
+/// Where the walks hand out what nobody here wants: all texts in one place, all words in another.
 struct Unwanted {
-    char* texts[3];
-    u32 words[10];
+    char* text;
+    u32 word;
+    u32 block[kListBlockWords];
     u64 wide[2];
     void* value;
 };
@@ -58,13 +59,7 @@ Status watch(Block block, Walk walk) {
 
 Status bind(Block block) {
     return watch<Receive>(block, [](Receive order, u8* msg, u64 length, Unwanted& out) {
-        u32* const w = out.words;
-        return walk_bind(order, msg, length,
-                         {&w[0],
-                          &w[1],
-                          &out.texts[0],
-                          &out.texts[1],
-                          {&w[2], &w[3], &w[4], &w[5], &w[6], &w[7], &w[8], &w[9]}});
+        return walk_bind(order, msg, length, {&out.word, &out.word, &out.text, &out.text, {}});
     });
 }
 
@@ -74,19 +69,20 @@ u64 item_length(u64 length) {
 }
 
 ItemOut item_out(Unwanted& out) {
-    return {&out.texts[0], &out.words[0], &out.value, &out.words[1], &out.words[2]};
+    return {&out.text, &out.word, &out.value, &out.word, &out.word};
 }
 
 Status item_get(Block block) {
     return watch<Receive>(block, [](Receive order, u8* msg, u64 length, Unwanted& out) {
-        return walk_item_get(order, msg, item_length(length), &out.texts[0], &out.words[0]);
+        return walk_item_get(order, msg, item_length(length), &out.text, &out.word);
     });
 }
 
-template <ItemRequest kRequest>
+/// A set, create or delete. They differ in what they answer, not in what they touch.
 Status item_change(Block block) {
     return watch<Receive>(block, [](Receive order, u8* msg, u64 length, Unwanted& out) {
-        return walk_item_change<kRequest>(order, msg, item_length(length), item_out(out));
+        const u64 received_length = item_length(length);
+        return walk_item_change<ItemRequest::set>(order, msg, received_length, item_out(out));
     });
 }
 
@@ -99,28 +95,26 @@ Status item_verify(Block block) {
 Status get_items(Block block) {
     return watch<Receive>(block, [](Receive order, u8* msg, u64 length, Unwanted& out) {
         UnwantedTexts names;
-        return walk_get_items(order, msg, length, names,
-                              {&out.texts[0], &out.words[0], &out.words[1]});
+        return walk_get_items(order, msg, length, names, {&out.text, &out.word, &out.word});
     });
 }
 
 Status copy(Block block) {
     return watch<Receive>(block, [](Receive order, u8* msg, u64 length, Unwanted& out) {
-        return walk_copy(order, msg, length,
-                         {&out.texts[0], &out.texts[1], &out.texts[2], &out.words[0]});
+        return walk_copy(order, msg, length, {&out.text, &out.text, &out.text, &out.word});
     });
 }
 
 template <class Order>
 Status find(Block block) {
     return watch<Order>(block, [](Order order, u8* msg, u64 length, Unwanted& out) {
-        return walk_find(order, msg, length, &out.texts[0], &out.texts[1]);
+        return walk_find(order, msg, length, &out.text, &out.text);
     });
 }
 
 Status find_group(Block block) {
     return watch<Receive>(block, [](Receive order, u8* msg, u64 length, Unwanted& out) {
-        return walk_find_group(order, msg, length, &out.texts[0], &out.words[0]);
+        return walk_find_group(order, msg, length, &out.text, &out.word);
     });
 }
 
@@ -129,21 +123,20 @@ Status list(Block block) {
     const u8* const marker = block.bytes() + offsetof(kelvo_msg_header, conversion_marker);
     if (block.load(marker) == KELVO_MSG_CONVERTED) return 0;
     return watch<Receive>(block, [](Receive order, u8* msg, u64 length, Unwanted& out) {
-        u32* const w = out.words;
-        static_assert(kListBlockWords <= 5);
-        return walk_list(order, msg, length, {&out.texts[0], &out.texts[1], &w[0], &w[1], &w[6]});
+        return walk_list(order, msg, length,
+                         {&out.text, &out.text, &out.word, out.block, &out.word});
     });
 }
 
 Status transaction_start(Block block) {
     return watch<Receive>(block, [](Receive order, u8* msg, u64 length, Unwanted& out) {
-        return walk_transaction_start(order, msg, length, out.wide, &out.words[0]);
+        return walk_transaction_start(order, msg, length, out.wide, &out.word);
     });
 }
 
 Status item_lock(Block block) {
     return watch<Receive>(block, [](Receive order, u8* msg, u64 length, Unwanted& out) {
-        return walk_item_lock(order, msg, length, &out.texts[0]);
+        return walk_item_lock(order, msg, length, &out.text);
     });
 }
 
@@ -185,9 +178,8 @@ Status bulk(Block block, Taken taken) {
     return take_items<kRequestTypeWord>(block, info.current, info.end, taken);
 }
 
-/// A bulk reply, likewise.
+/// A bulk reply, likewise; its walk looks at the length first.
 Status bulk_reply(Block block, Taken taken) {
-    if (block.length() == 0) return 0;
     kelvo_bulk_reply_info info;
     const Status st = walk_bulk_reply(Receive(block), block.bytes(), block.length(), &info);
     if (st != 0 || taken == Taken::not_at_all) return block.verdict();
@@ -198,7 +190,7 @@ Status bulk_reply(Block block, Taken taken) {
 template <Notify kWhat>
 Status notifyset(Block block) {
     return watch<Receive>(block, [](Receive order, u8* msg, u64 length, Unwanted& out) {
-        return walk_notifyset<kWhat>(order, msg, length, &out.words[0]);
+        return walk_notifyset<kWhat>(order, msg, length, &out.word);
     });
 }
 
@@ -245,16 +237,50 @@ Status cfg_grp(Block block) {
 
 Status judge(kelvo_msg_operation operation, Block block) {
     switch (operation) {
+        // These either read through the cursor alone, which tests before it reads, or test the
+        // length before they touch a word, or touch nothing. What they allocate is bounded by the
+        // bytes, and released when they fail.
+        case KELVO_OPERATION_GET:
+        case KELVO_OPERATION_SET:
+        case KELVO_OPERATION_CREATE:
+        case KELVO_OPERATION_DELETE:
+        case KELVO_OPERATION_VERIFY:
+        case KELVO_OPERATION_GET_REPLY_HTON:
+        case KELVO_OPERATION_GET_ITEMS:
+        case KELVO_OPERATION_FIND:
+        case KELVO_OPERATION_FIND_GROUP_REPLY_NTOH:
+        case KELVO_OPERATION_TRANSACTION_COMMIT:
+        case KELVO_OPERATION_TRANSACTION_ABORT:
+        case KELVO_OPERATION_APPLY_REPLY_NTOH:
+        case KELVO_OPERATION_APPLY_REPLY_HTON:
+        case KELVO_OPERATION_ERRORSET_HTON:
+        case KELVO_OPERATION_SM_CB_RESPONSE_NTOH:
+        case KELVO_OPERATION_SM_CB_RESPONSE_HTON:
+        case KELVO_OPERATION_SMSET_REPLY_NTOH:
+        case KELVO_OPERATION_SMSET_REPLY_HTON:
+        case KELVO_OPERATION_TEMP_NTOH:
+        case KELVO_OPERATION_TEMP_HTON:
+        case KELVO_OPERATION_TEMP_REPLY_NTOH:
+        case KELVO_OPERATION_TEMP_REPLY_HTON:
+        case KELVO_OPERATION_NFN_REG:
+        case KELVO_OPERATION_NFN_UNREG:
+        case KELVO_OPERATION_VRFN_REG:
+        case KELVO_OPERATION_VRFN_UNREG:
+        case KELVO_OPERATION_VS_UNREG:
+        case KELVO_OPERATION_EDM_REG:
+        case KELVO_OPERATION_EDM_UNREG:
+        case KELVO_OPERATION_EDMS_UNREG:
+        case KELVO_OPERATION_COUNT:  // is none, and has been refused
+            break;
+
         case KELVO_OPERATION_BIND:
             return bind(block);
         case KELVO_OPERATION_GET_NTOH:
             return item_get(block);
         case KELVO_OPERATION_SET_NTOH:
-            return item_change<ItemRequest::set>(block);
         case KELVO_OPERATION_CREATE_NTOH:
-            return item_change<ItemRequest::create>(block);
         case KELVO_OPERATION_DELETE_NTOH:
-            return item_change<ItemRequest::remove>(block);
+            return item_change(block);
         case KELVO_OPERATION_VERIFY_NTOH:
             return item_verify(block);
         case KELVO_OPERATION_GET_REPLY_NTOH:
@@ -269,8 +295,6 @@ Status judge(kelvo_msg_operation operation, Block block) {
             return find<Send>(block);
         case KELVO_OPERATION_FIND_GROUP_NTOH:
             return find_group(block);
-        case KELVO_OPERATION_FIND_GROUP_REPLY_NTOH:
-            return watch(block, walk_find_group_reply<Receive>);
         case KELVO_OPERATION_LIST:
         case KELVO_OPERATION_DATALIST:
             return list(block);
@@ -298,37 +322,21 @@ Status judge(kelvo_msg_operation operation, Block block) {
         case KELVO_OPERATION_BULK_REPLY_BACK:
             return bulk_reply(block, Taken::repeatedly);
         case KELVO_OPERATION_NOTIFYSET:
+        case KELVO_OPERATION_NOTIFYSET_NEXT:
             return notifyset<Notify::framing>(block);
         case KELVO_OPERATION_NOTIFYSET_VALUES:
             return notifyset<Notify::values>(block);
-        case KELVO_OPERATION_NOTIFYSET_NEXT:
-            return notifyset<Notify::framing>(block);
 
-        case KELVO_OPERATION_APPLY_REPLY_NTOH:
-            return watch(block, walk_cb_apply<Receive>);
-        case KELVO_OPERATION_APPLY_REPLY_HTON:
-            return watch(block, walk_cb_apply<Send>);
         case KELVO_OPERATION_VERIFY_REPLY_NTOH:
             return watch(block, walk_cb_verify<Receive>);
         case KELVO_OPERATION_VERIFY_REPLY_HTON:
             return watch(block, walk_cb_verify<Send>);
         case KELVO_OPERATION_ERRORSET_NTOH:
             return watch(block, walk_errorset<Receive>);
-        case KELVO_OPERATION_ERRORSET_HTON:
-            return watch(block, walk_errorset<Send>);
-        case KELVO_OPERATION_SM_CB_RESPONSE_NTOH:
-            return watch(block, walk_sm_cb_response<Receive>);
-        case KELVO_OPERATION_SM_CB_RESPONSE_HTON:
-            return watch(block, walk_sm_cb_response<Send>);
-        case KELVO_OPERATION_SMSET_REPLY_NTOH:
-            return watch(block, walk_smset<Receive>);
-        case KELVO_OPERATION_SMSET_REPLY_HTON:
-            return watch(block, walk_smset<Send>);
 
         case KELVO_OPERATION_NFN_REG_NTOH:
+        case KELVO_OPERATION_NFN_REG_HTON:  // the same words either way
             return watch(block, convert_nfn_reg<Receive>);
-        case KELVO_OPERATION_NFN_REG_HTON:
-            return watch(block, convert_nfn_reg<Send>);
         case KELVO_OPERATION_VRFN_REG_NTOH:
             return vrfn_reg<Receive>(block);
         case KELVO_OPERATION_VRFN_REG_HTON:
@@ -355,38 +363,8 @@ Status judge(kelvo_msg_operation operation, Block block) {
             return watch(block, convert_reg_activate<Send>);
         case KELVO_OPERATION_CFG_GRP:
             return cfg_grp(block);
-
-        // These convert nothing, and either read through the cursor alone, which tests before it
-        // reads, or test the length before they touch a fixed part, or touch nothing. What they
-        // allocate is bounded by the bytes, and released when they fail.
-        case KELVO_OPERATION_GET:
-        case KELVO_OPERATION_SET:
-        case KELVO_OPERATION_CREATE:
-        case KELVO_OPERATION_DELETE:
-        case KELVO_OPERATION_VERIFY:
-        case KELVO_OPERATION_GET_REPLY_HTON:
-        case KELVO_OPERATION_GET_ITEMS:
-        case KELVO_OPERATION_FIND:
-        case KELVO_OPERATION_TRANSACTION_COMMIT:
-        case KELVO_OPERATION_TRANSACTION_ABORT:
-        case KELVO_OPERATION_TEMP_NTOH:
-        case KELVO_OPERATION_TEMP_HTON:
-        case KELVO_OPERATION_TEMP_REPLY_NTOH:
-        case KELVO_OPERATION_TEMP_REPLY_HTON:
-        case KELVO_OPERATION_NFN_REG:
-        case KELVO_OPERATION_NFN_UNREG:
-        case KELVO_OPERATION_VRFN_REG:
-        case KELVO_OPERATION_VRFN_UNREG:
-        case KELVO_OPERATION_VS_UNREG:
-        case KELVO_OPERATION_EDM_REG:
-        case KELVO_OPERATION_EDM_UNREG:
-        case KELVO_OPERATION_EDMS_UNREG:
-            return 0;
-
-        case KELVO_OPERATION_COUNT:
-            break;
     }
-    return KELVO_ERR_NOT_SUPPORTED;
+    return 0;
 }
 
 constexpr u8 kNoBytes[1] = {};

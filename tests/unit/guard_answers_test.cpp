@@ -247,6 +247,17 @@ TEST(GuardBulk, AnItemThatCannotBeTakenAgain) {
     EXPECT_EQ(guard(KELVO_OPERATION_BULK_BACK, longer), KELVO_ERR_MSG_CONTENT);
 }
 
+TEST(GuardBulk, AnItemOfAReplyThatCannotBeTakenAgain) {
+    const auto reply_with = [](std::size_t name_bytes) {
+        return bulk_reply({bulk_reply_item(Order::network, {1, KELVO_VALUE_NONE, 3, 4},
+                                           std::string(name_bytes - 1, 'n'), {}, "third")});
+    };
+    EXPECT_EQ(guard(KELVO_OPERATION_BULK_REPLY_BACK, reply_with(KELVO_BULK_NAME_MAX)), 0U);
+    const Bytes longer = reply_with(KELVO_BULK_NAME_MAX + 2);
+    EXPECT_EQ(guard(KELVO_OPERATION_BULK_REPLY_NEXT, longer), 0U);
+    EXPECT_EQ(guard(KELVO_OPERATION_BULK_REPLY_BACK, longer), KELVO_ERR_MSG_CONTENT);
+}
+
 TEST(GuardNotify, AnEntryThatIsNotThere) {
     const Bytes set = notify_set(Order::network, 1, {});
     for (std::size_t more = 0; more <= 16; ++more) {
