@@ -70,9 +70,9 @@ bool PairSet::holds(u64 key) const {
 void PairSet::put(u64 key) {
     if (key == 0) {
         holds_zero_ = true;
-        return;
+    } else {
+        slots_[slot_of(key)] = key;
     }
-    slots_[slot_of(key)] = key;
 }
 
 kelvo_status StartupListBuilder::add(u32 job_id, u32 node_id) {

@@ -15,7 +15,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <limits>
 
@@ -59,7 +58,6 @@ void prepare_writing() {
     pthread_mutexattr_t checking;
     pthread_mutexattr_init(&checking);
     pthread_mutexattr_settype(&checking, PTHREAD_MUTEX_ERRORCHECK);
-    std::memset(&log_file.lock, 0, sizeof log_file.lock);
     pthread_mutex_init(&log_file.lock, &checking);
     pthread_mutexattr_destroy(&checking);
 

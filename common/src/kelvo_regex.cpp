@@ -44,15 +44,22 @@ constexpr unsigned kMostStacked = 20480;
 constexpr int kLimits = 16;
 OnigMatchParam* limits[kLimits];
 
+OnigMatchParam* make_limit(unsigned long choices) {
+    OnigMatchParam* const limit = onig_new_match_param();
+    if (limit == nullptr) return nullptr;
+    onig_set_match_stack_limit_size_of_match_param(limit, kMostStacked);
+    onig_set_retry_limit_in_match_of_match_param(limit, choices);
+    onig_set_retry_limit_in_search_of_match_param(limit, choices);
+    return limit;
+}
+
 /// Makes the limits that are still missing. @return whether none is
 bool make_limits() {
-    for (int i = 0; i < kLimits; ++i) {
-        if (limits[i] != nullptr) continue;
-        limits[i] = onig_new_match_param();
-        if (limits[i] == nullptr) return false;
-        onig_set_match_stack_limit_size_of_match_param(limits[i], kMostStacked);
-        onig_set_retry_limit_in_match_of_match_param(limits[i], 1UL << i);
-        onig_set_retry_limit_in_search_of_match_param(limits[i], 1UL << i);
+    unsigned long choices = 1;
+    for (OnigMatchParam*& limit : limits) {
+        if (limit == nullptr) limit = make_limit(choices);
+        if (limit == nullptr) return false;
+        choices *= 2;
     }
     return true;
 }

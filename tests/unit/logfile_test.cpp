@@ -31,9 +31,12 @@ TEST_F(Logfile, EveryPartOfTheTimeHasItsWidth) {
         kelvo_logfile("", "%s", "");
         logfile_calls.now = {1735682399, 999999};  // 2024-12-31 21:59:59 UTC
         kelvo_logfile("t", "x");
+        logfile_calls.now = {1735682399, 1000};  // exactly a millisecond
+        kelvo_logfile("t", "y");
         const std::string thread = std::to_string(gettid());
         EXPECT_EQ(content(), "01/01 02:00:01.000 211:" + thread + " :\n" +
-                                 "12/31 23:59:59.999 211:" + thread + " t:x\n");
+                                 "12/31 23:59:59.999 211:" + thread + " t:x\n" +
+                                 "12/31 23:59:59.001 211:" + thread + " t:y\n");
     });
 }
 

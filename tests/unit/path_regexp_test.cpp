@@ -513,7 +513,10 @@ TEST_F(PathWithin, NullAndEmptyArgumentsAreLogged) {
     EXPECT_EQ(answer, 7U);
     EXPECT_EQ(kelvo_util_node_within_regexp("a", "a", nullptr, 0), KELVO_ERR_NULL_PARAM);
     expect_null_logged();
+    // Whatever the pattern.
     EXPECT_EQ(kelvo_util_node_within_regexp(nullptr, "a[", &answer, 0), KELVO_ERR_NULL_PARAM);
+    expect_null_logged();
+    EXPECT_EQ(kelvo_util_node_within_regexp("", "a[", &answer, 0), KELVO_ERR_NULL_PARAM);
     expect_null_logged();
 }
 

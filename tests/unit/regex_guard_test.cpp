@@ -128,6 +128,21 @@ TEST(RegexGuard, NestingIsAcceptedUpToABound) {
     }
 }
 
+TEST(RegexGuard, WhatIsNoGroupIsOneLevel) {
+    const std::string open = "(x)" + repeated("(?:", 32);
+    const std::string close = repeated(")", 32);
+    for (const std::string part : {"a", ".", "\\d", "\\ca", "[a]", "[^]a]", "\\1", "\\k<1>"}) {
+        EXPECT_EQ(Compiled(open + part + "*" + close).error(), 0) << part;
+        EXPECT_EQ(Compiled(open + part + "*{1,2}" + close).error(), kBadPattern) << part;
+    }
+    const std::string basic_open = "\\(x\\)" + repeated("\\(", 32);
+    const std::string basic_close = repeated("\\)", 32);
+    for (const std::string part : {"a", "(", ")", "{", "|", "+", "?", "[a]", "\\1"}) {
+        EXPECT_EQ(Compiled(basic_open + part + "*" + basic_close, 0).error(), 0) << part;
+        EXPECT_EQ(Compiled(basic_open + part + "**" + basic_close, 0).error(), kBadPattern) << part;
+    }
+}
+
 TEST(RegexGuard, WhatOnlyLooksLikeNestingIsNotCounted) {
     for (const char* part : {"(a)",         "[(]",
                              "\\(",         "\\[",
@@ -143,6 +158,7 @@ TEST(RegexGuard, WhatOnlyLooksLikeNestingIsNotCounted) {
                              "[a[]](]",     "[\x01(]"}) {
         EXPECT_EQ(Compiled(repeated(part, 100)).error(), 0) << part;
     }
+    EXPECT_EQ(Compiled("a" + repeated("{1:}", 100)).error(), 0);
     EXPECT_EQ(Compiled("(?x)" + repeated("#((([[[\n", 100) + "a").error(), 0);
     EXPECT_EQ(Compiled("(?x-x)" + repeated("#(a)", 100) + "a").error(), 0);
 }
@@ -204,6 +220,15 @@ TEST(RegexGuard, ManyReferencesToManyGroupsAreRefused) {
     const std::string plain = repeated("(a)", 256);
     EXPECT_EQ(Compiled(plain + repeated("\\k<1>", 256)).error(), 0);
     EXPECT_EQ(Compiled(plain + repeated("\\k<1>", 257)).error(), kBadPattern);
+    EXPECT_EQ(Compiled("(a)" + repeated("\\k<1>", 65536)).error(), 0);
+    EXPECT_EQ(Compiled("(a)" + repeated("\\k<1>", 65537)).error(), kBadPattern);
+}
+
+// The guard leaves it to the engine to say what is wrong.
+TEST(RegexGuard, ABackslashAtTheEndIsAnEscapeThatIsMissing) {
+    constexpr int kEscape = 5;
+    EXPECT_EQ(Compiled("a\\").error(), kEscape);
+    EXPECT_EQ(Compiled("a\\", 0).error(), kEscape);
 }
 
 TEST(RegexGuard, CalloutsAreRefused) {
@@ -456,6 +481,26 @@ TEST(RegexGuard, AMatchThatIsGivenUpSaysSoWhileTheFlagIsOn) {
     EXPECT_EQ(platform().debug_lines[1], kLine + std::string("30000 characters"));
     EXPECT_EQ(platform().debug_lines[2], kLine + std::string("402 characters"));
     EXPECT_TRUE(platform().log.empty());
+}
+
+/// The fewest characters with which a match is given up; 0 when it never is.
+std::size_t given_up_from(const Compiled& compiled) {
+    platform().reset();
+    kelvo_cmn_debug_flags[KELVO_DEBUG_NODE_RESOLVER].enabled = 1;
+    std::size_t characters = 0;
+    while (characters < 100 && platform().debug_lines.empty()) {
+        EXPECT_EQ(compiled.match(repeated("a", ++characters) + "c\n"), kNoMatch);
+    }
+    kelvo_cmn_debug_flags[KELVO_DEBUG_NODE_RESOLVER].enabled = 0;
+    return platform().debug_lines.empty() ? 0 : characters;
+}
+
+TEST(RegexGuard, HowManyChoicesAMatchMayGiveUp) {
+    EXPECT_EQ(given_up_from(Compiled("(?:a|a)*c(?!\n)")), 12U);
+    EXPECT_EQ(given_up_from(Compiled("(?:a|a|a|a)*c(?!\n)")), 6U);
+    EXPECT_EQ(given_up_from(Compiled("a*a*a*a*c(?!\n)")), 15U);
+    EXPECT_EQ(given_up_from(Compiled("(?:.*.*.*a)c(?!\n)")), 19U);
+    EXPECT_EQ(given_up_from(Compiled("a*c(?!\n)")), 0U);
 }
 
 /// The value of one of the engine's settings, which are the process's.
