@@ -93,13 +93,16 @@ class Survivors:
         self.rows = {(row["file"], row["source"], row.get("mutant")): row["reason"] for row in rows}
         self.met = set()
 
+    def row(self, mutant):
+        """The row that speaks of a mutant, or None."""
+        keys = [(mutant.file, mutant.source, shown) for shown in (mutant.shown, None)]
+        return next((key for key in keys if key in self.rows), None)
+
     def reason(self, mutant):
-        for shown in (mutant.shown, None):
-            key = (mutant.file, mutant.source, shown)
-            if key in self.rows:
-                self.met.add(key)
-                return self.rows[key]
-        return None
+        """Why a mutant that has been found alive may be."""
+        key = self.row(mutant)
+        self.met.add(key)
+        return self.rows.get(key)
 
 
 def judge(mutants, found, listed):
@@ -130,7 +133,8 @@ def main():
     parser.add_argument("--platform", action="store_true", help="the host platform's mutants too")
     parser.add_argument("--jobs", type=int, default=2, help="programs run at a time")
     parser.add_argument("--resume", action="store_true",
-                        help="try no mutant again that an earlier run has killed")
+                        help="try no mutant again that an earlier run has killed, or found alive as"
+                             " listed")
     parser.add_argument("--json", type=pathlib.Path, help="write the result to this file too")
     options = parser.parse_args()
 
@@ -161,11 +165,11 @@ def main():
     chosen = chosen[:options.sample]
     if not chosen:
         sys.exit(f"mutate: no mutant in files like {' '.join(options.files)}")
-    results = running.Results(folder / "results", options.resume)
+    listed = Survivors(lists.get("survivor", []))
+    results = running.Results(folder / "results", options.resume, listed)
     found = running.try_all(chosen, recorded, options.jobs, options.minutes, results)
     chosen = sorted((m for m in chosen if m.number in found), key=lambda m: m.number)
 
-    listed = Survivors(lists.get("survivor", []))
     files, survivors = judge(chosen, found, listed)
     killed = sum(entry["killed"] for entry in files)
     percent = 100.0 * killed / len(chosen)

@@ -237,9 +237,10 @@ class FileWalk:
         if canonical.kind == TypeKind.BOOL:
             self.negate(cursor)
         elif canonical.kind in INTEGERS or canonical.kind == TypeKind.ENUM:
-            original = self.source(cursor)
-            self.add(cursor, "value", f"static_cast<std::decay_t<decltype({one_line(original)})>>(0)",
-                     f"return {one_line(original)} => return 0")
+            original = one_line(self.source(cursor))
+            if original != "0":
+                self.add(cursor, "value", f"static_cast<std::decay_t<decltype({original})>>(0)",
+                         f"return {original} => return 0")
         elif canonical.kind == TypeKind.POINTER and self.source(cursor) != "nullptr":
             self.add(cursor, "value", "nullptr")
 

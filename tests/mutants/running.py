@@ -1,8 +1,10 @@
 # SPDX-License-Identifier: Apache-2.0
 """Runs test programs with a mutant chosen: which programs come to which mutants, and which of those
 find out."""
+import collections
 import concurrent.futures
 import dataclasses
+import itertools
 import json
 import os
 import pathlib
@@ -88,7 +90,7 @@ def record(programs, libraries, count, folder, jobs):
 
 
 def killer(number, programs):
-    """The program that finds a mutant, or none; the quick ones are asked first."""
+    """The first of the programs that finds a mutant, or none."""
     for program in programs:
         seconds = max(LEAST_SECONDS, TIMES_SLOWER * program.seconds)
         if not run(program.path, seconds, KELVO_MUTANT=str(number)):
@@ -97,17 +99,20 @@ def killer(number, programs):
 
 
 def try_all(mutants, programs, jobs, minutes, results):
-    """Tries mutants in this order while there is time.
-    @return {number: name of the program that found it, or None} of those that were tried"""
-    programs = sorted(programs, key=lambda program: program.seconds)
-    found = {m.number: results.killer(m) for m in mutants if results.killer(m) is not None}
+    """Tries mutants in this order while there is time. Of the programs that come to one, the quick
+    ones are asked first, and those that have found others in the same file.
+    @return {number: name of the program that found it, or None} of those that were tried, up to the
+    first that was not"""
+    found = {m.number: results.killer(m) for m in mutants if results.knows(m)}
     left = [mutant for mutant in mutants if mutant.number not in found]
+    kills = collections.Counter((m.file, found[m.number]) for m in mutants if m.number in found)
     begin = time.monotonic()
 
     def attempt(mutant):
         if minutes is not None and time.monotonic() - begin > 60 * minutes:
             return mutant, UNTRIED
         reaching = [p for p in programs if p.reached[mutant.number]]
+        reaching.sort(key=lambda p: p.seconds / (1 + kills[mutant.file, p.path.name]))
         return mutant, killer(mutant.number, reaching)
 
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
@@ -115,20 +120,23 @@ def try_all(mutants, programs, jobs, minutes, results):
             if name is UNTRIED:
                 continue
             found[mutant.number] = name
+            kills[mutant.file, name] += 1
             results.add(mutant, name)
             alive = sum(1 for value in found.values() if value is None)
             show(f"{len(found)} of {len(mutants)} mutants, {alive} alive,"
                  f" {time.monotonic() - begin:.0f} s")
     show("")
-    return found
+    tried = itertools.takewhile(lambda mutant: mutant.number in found, mutants)
+    return {mutant.number: found[mutant.number] for mutant in tried}
 
 
 class Results:
-    """What was found of each mutant, kept in a file as it comes in. With `resume`, mutants that were
-    killed in an earlier run count as killed."""
+    """What was found of each mutant, kept in a file as it comes in. With `resume`, what an earlier
+    run has found stands, but for mutants that it has not killed and that are not in `listed`."""
 
-    def __init__(self, path, resume):
+    def __init__(self, path, resume, listed):
         self.killers = {}
+        self.listed = listed
         if resume and path.exists():
             rows = [json.loads(line) for line in path.read_text().splitlines()]
             self.killers = {row["key"]: row["killer"] for row in rows}
@@ -140,6 +148,11 @@ class Results:
 
     def killer(self, mutant):
         return self.killers.get(self.key(mutant))
+
+    def knows(self, mutant):
+        key = self.key(mutant)
+        return key in self.killers and (self.killers[key] is not None
+                                        or self.listed.row(mutant) is not None)
 
     def add(self, mutant, name):
         self.file.write(json.dumps({"key": self.key(mutant), "killer": name}) + "\n")

@@ -9,6 +9,7 @@ import shutil
 import subprocess
 
 HEADER = pathlib.Path(__file__).with_name("kelvo_mutants.h")
+BLOCK = 128
 OUTERMOST = {"skip": 0, "drop": 1, "value": 2, "after": 3}
 
 
@@ -34,16 +35,20 @@ class Node:
 
 
 def number_all(root, changes):
-    """The mutants of all files, numbered from 1."""
+    """The mutants of all files, numbered from 1. Each file has blocks of numbers of its own, so that
+    a small change in one does not renumber, and so rebuild, the others."""
     mutants = []
     alike = collections.Counter()
+    last = 0
     for path in sorted(changes):
         text = path.read_text(encoding="ascii")
         lines = text.splitlines()
+        last = (last + BLOCK - 1) // BLOCK * BLOCK
         for change in sorted(changes[path].values(), key=lambda c: (c.start, c.end, c.shown)):
+            last += 1
             line = text.count("\n", 0, change.start) + 1
             reads = path, lines[line - 1].strip(), change.shown
-            mutants.append(Mutant(len(mutants) + 1, str(path.relative_to(root)), line,
+            mutants.append(Mutant(last, str(path.relative_to(root)), line,
                                   reads[1], change.shown, alike[reads], change))
             alike[reads] += 1
     return mutants
