@@ -24,7 +24,7 @@ class Block {
     /// Notes that `width` bytes at `at` are touched. @return whether they lie inside
     bool touch(const u8* at, u64 width) noexcept {
         const u64 offset = reinterpret_cast<std::uintptr_t>(at) - address();
-        const bool inside = offset <= length_ && length_ - offset >= width;
+        const bool inside = width <= length_ && offset <= length_ - width;
         if (!inside) refuse(KELVO_ERR_MSG_LENGTH);
         return inside;
     }

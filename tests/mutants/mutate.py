@@ -61,7 +61,7 @@ def call(command, **options):
 def configure(source, build):
     code, output = call(["cmake", "-G", "Ninja", "-S", source, "-B", build, "-DKELVO_BUILD_TESTS=ON",
                          "-DKELVO_BUILD_TOOLS=OFF", "-DKELVO_BUILD_EXAMPLES=OFF",
-                         "-DCMAKE_BUILD_TYPE=RelWithDebInfo"])
+                         "-DCMAKE_BUILD_TYPE=RelWithDebInfo", "-DKELVO_MUTANTS=ON"])
     if code != 0:
         sys.exit(output)
 

@@ -131,7 +131,7 @@ TEST(RegexCost, BasicSyntaxHasSignsOfItsOwn) {
         {"a*?", 2, 2, 0},      {"\\b", 1, 1, 0},
         {"\\1", 1, 2, 0},      {"\\0\\9", 2, 3, 0},
         {"a\\{5}", 6, 1, 0},   {"\\(a\\)\\{5\\}", 11, 1, 0},
-        {"[\\]]", 2, 1, 0},
+        {"[\\]]", 2, 1, 0},    {"\\X\\R", 2, 1, 0},
     };
     for (const Row& row : rows) {
         Guard guard(row.pattern, false);
