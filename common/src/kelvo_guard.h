@@ -103,9 +103,8 @@ class GuardItemOrder : public Watching {
     }
     static void depart(const u8*) noexcept {}
     void fixed(const u8* at) const noexcept { arrive(at); }
-    void value(u32 type, const u8* at) const noexcept {
-        if (foreign()) typed(type, at);
-    }
+    /// Of a foreign item, as there.
+    void value(u32 type, const u8* at) const noexcept { typed(type, at); }
     [[nodiscard]] u32 read(const u8* at) const noexcept {
         return foreign() ? reversed32(raw(at)) : raw(at);
     }

@@ -369,6 +369,23 @@ TEST_F(StartupList, AnEmptyListMakesABlockOfEightBytes) {
     kelvo_common_startup_list_free_iovs(2, &slots);
 }
 
+// The first entry's count says how many pairs are sent; it is the caller's to spoil.
+TEST_F(StartupList, EntriesThatAreNotThereAreSentAsZeroes) {
+    given({{1, 1}, {2, 2}});
+    list_->count = 4;
+    kelvo_slot* slots = nullptr;
+    uint32_t count = kUnset;
+    ASSERT_EQ(kelvo_common_startup_list_create_iovs(list_, 0, &slots, &count), 0U);
+    expect_block(slots[0], {{2, 2}, {1, 1}, {0, 0}, {0, 0}});
+    kelvo_common_startup_list_free_iovs(0, &slots);
+
+    list_->count = 1;
+    ASSERT_EQ(kelvo_common_startup_list_create_iovs(list_, 0, &slots, &count), 0U);
+    expect_block(slots[0], {{2, 2}});
+    kelvo_common_startup_list_free_iovs(0, &slots);
+    list_->count = 2;
+}
+
 TEST_F(StartupList, NoGatherListIsMadeWithoutMemory) {
     given({{1, 1}});
     for (const std::size_t failing : {0U, 1U}) {
