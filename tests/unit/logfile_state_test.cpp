@@ -86,6 +86,21 @@ TEST_F(LogfileState, TheLockChecksForErrors) {
     });
 }
 
+[[gnu::noinline]] void leave_bits_on_the_stack() {
+    volatile unsigned char bytes[4096];
+    for (volatile unsigned char& byte : bytes) byte = 0xFF;
+}
+
+TEST_F(LogfileState, TheLockDoesNotDependOnWhatStoodOnTheStack) {
+    in_fresh_process([] {
+        leave_bits_on_the_stack();
+        prepare_writing();
+        EXPECT_EQ(pthread_mutex_unlock(&log_file.lock), EPERM);
+        EXPECT_EQ(pthread_mutex_trylock(&log_file.lock), 0);
+        EXPECT_EQ(pthread_mutex_unlock(&log_file.lock), 0);
+    });
+}
+
 TEST_F(LogfileState, EveryAttemptBeginsWithALockAndALineOfItsOwn) {
     in_fresh_process([this] {
         kelvo_init_logfile(directory_.c_str());

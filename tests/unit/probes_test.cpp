@@ -372,6 +372,25 @@ TEST_F(ProbeRefused, SaysWhereACellOrAFieldDidNotPass) {
            KELVO_ERR_MSG_LENGTH);
 }
 
+// Whatever it is that is too short.
+TEST_F(ProbeRefused, SaysThatAFixedPartDidNotPassFromItsBeginning) {
+    for (u32 i = 0; i < KELVO_OPERATION_COUNT; ++i) {
+        const auto operation = static_cast<kelvo_msg_operation>(i);
+        for (u32 length = 0; length < 16; ++length) {
+            Bytes room(256);
+            put_word(room, 48, 1);  // the one name without which a get stops the process
+            Outcome outcome;
+            run(operation, room.data(), length, outcome);
+            for (const Event& event : tracer.take()) {
+                if (event.probe != "refused") continue;
+                // A get reply has one test, of where its value ends.
+                const u64 offset = operation == KELVO_OPERATION_GET_REPLY_NTOH ? 32 : 0;
+                EXPECT_EQ(event.arguments[2], offset) << name_of(operation) << ", " << length;
+            }
+        }
+    }
+}
+
 TEST_F(ProbeRefused, SaysInRepliesWhereTheWalkHasCome) {
     expect(KELVO_OPERATION_LIST_REPLY_NTOH, no_header(KELVO_OPERATION_LIST_REPLY_NTOH),
            cut(list_reply(Order::network, 0, {1}), 8), 24 + 32 + 16, KELVO_ERR_MSG_LENGTH);
