@@ -27,10 +27,55 @@ inline void store32(void* at, u32 word) noexcept {
     std::memcpy(at, &word, sizeof word);
 }
 
+[[nodiscard]] inline u16 load16(const void* at) noexcept {
+    u16 word;
+    std::memcpy(&word, at, sizeof word);
+    return word;
+}
+
+inline void store16(void* at, u16 word) noexcept {
+    std::memcpy(at, &word, sizeof word);
+}
+
 [[nodiscard]] inline u64 load64(const void* at) noexcept {
     u64 word;
     std::memcpy(&word, at, sizeof word);
     return word;
+}
+
+inline void store64(void* at, u64 word) noexcept {
+    std::memcpy(at, &word, sizeof word);
+}
+
+/// As many bytes as one instruction moves.
+using Word128 [[gnu::vector_size(16)]] = u64;
+
+/// Copies the words at both ends of a piece, which meet or overlap in its middle.
+template <class Word>
+inline void copy_ends(u8* to, const u8* from, std::size_t bytes) noexcept {
+    Word first;
+    Word last;
+    std::memcpy(&first, from, sizeof first);
+    std::memcpy(&last, from + bytes - sizeof last, sizeof last);
+    std::memcpy(to, &first, sizeof first);
+    std::memcpy(to + bytes - sizeof last, &last, sizeof last);
+}
+
+/// Copies a piece of a message. Most pieces are short, and cost less than a call would.
+inline void copy_piece(u8* to, const void* piece, std::size_t bytes) noexcept {
+    const auto* const from = static_cast<const u8*>(piece);
+    if (bytes <= 16) {
+        if (bytes >= 8) return copy_ends<u64>(to, from, bytes);
+        if (bytes >= 4) return copy_ends<u32>(to, from, bytes);
+        for (std::size_t i = 0; i < bytes; ++i) to[i] = from[i];
+    } else if (bytes <= 32) {
+        copy_ends<Word128>(to, from, bytes);
+    } else if (bytes <= 64) {
+        copy_ends<Word128>(to, from, bytes);
+        copy_ends<Word128>(to + 16, from + 16, bytes - 32);
+    } else {
+        std::memcpy(to, from, bytes);
+    }
 }
 
 /// Two conversions, which are the same on most hosts and never mean the same: "network" converts
@@ -38,8 +83,16 @@ inline void store32(void* at, u32 word) noexcept {
 /// for what a sender of the other byte order wrote in its own. Either is its own inverse.
 inline constexpr bool kHostIsNetwork = std::endian::native == std::endian::big;
 
+[[nodiscard]] constexpr u16 reversed16(u16 word) noexcept {
+    return __builtin_bswap16(word);
+}
+
 [[nodiscard]] constexpr u32 reversed32(u32 word) noexcept {
     return __builtin_bswap32(word);
+}
+
+[[nodiscard]] constexpr u64 reversed64(u64 word) noexcept {
+    return __builtin_bswap64(word);
 }
 
 [[nodiscard]] constexpr u32 network32(u32 word) noexcept {

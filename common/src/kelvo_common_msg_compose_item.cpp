@@ -15,8 +15,10 @@ static_assert(kHeaderBytes == offsetof(kelvo_msg_item_verify, path));
 
 /// What all requests but verify begin with, up to the path.
 template <class Order>
-void compose_request(Gather<Order>& out, void* header, u32 type, u32* count_cell, u32* type_cell,
-                     u32* name_len_cell, const char* path, u32 value_type, u32 argument) {
+[[gnu::always_inline]] inline void compose_request(Gather<Order>& out, void* header, u32 type,
+                                                   u32* count_cell, u32* type_cell,
+                                                   u32* name_len_cell, const char* path,
+                                                   u32 value_type, u32 argument) {
     auto* const msg = static_cast<u8*>(header);
     start_message(msg, type);
     send_words<Order>(msg + offsetof(kelvo_msg_item_request, reserved), {0, argument});
@@ -43,9 +45,11 @@ u32 compose_get(void* header, u32 type, u32* count_cell, u32* type_cell, u32* na
     return out.done();
 }
 
-u32 compose_change(void* header, u32 type, u32* count_cell, u32* type_cell, u32* name_len_cell,
-                   u32* value_len_cell, const char* path, u32 value_type, void* value,
-                   i32 value_len, u32 argument, kelvo_slot* list) {
+[[gnu::always_inline]] inline u32 compose_change(void* header, u32 type, u32* count_cell,
+                                                 u32* type_cell, u32* name_len_cell,
+                                                 u32* value_len_cell, const char* path,
+                                                 u32 value_type, void* value, i32 value_len,
+                                                 u32 argument, kelvo_slot* list) {
     Gather<> out(list);
     compose_request(out, header, type, count_cell, type_cell, name_len_cell, path, value_type,
                     argument);

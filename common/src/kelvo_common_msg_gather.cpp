@@ -21,16 +21,7 @@ namespace {
 /// A message of more than this that cannot be allocated is worth stopping for: 50 MiB.
 constexpr u32 kHugeMessageBytes = 50U * 1024 * 1024;
 
-/// A buffer for the message, or null; the replication layer's own failure goes to *status.
-u8* allocate_message(u32 size, bool replicated, u32 replica_arg, kelvo_status* status) {
-    *status = 0;
-    if (!replicated) return static_cast<u8*>(std::malloc(size));
-    u8* buffer = nullptr;
-    *status = replica_build_msg_headers(size, replica_arg, &buffer);
-    return buffer;
-}
-
-kelvo_status refuse_memory(u32 size, bool fail_hard) {
+[[gnu::cold, gnu::noinline]] kelvo_status refuse_memory(u32 size, bool fail_hard) {
     if (size <= kHugeMessageBytes || !fail_hard) return KELVO_ERR_NO_MEMORY;
     std::printf("message length: %d\n", static_cast<int>(size));
     std::fflush(stdout);
@@ -40,29 +31,51 @@ kelvo_status refuse_memory(u32 size, bool fail_hard) {
     return KELVO_ERR_NO_MEMORY;
 }
 
+void copy_slots(const kelvo_slot* list, i32 count, u8* at) {
+    for (i32 i = 0; i < count; ++i) {
+        const kelvo_slot slot = list[i];
+        copy_piece(at, slot.base, slot.length);
+        at += slot.length;
+    }
+}
+
+/// The replication layer allocates the buffer, and may fail in its own way.
+[[gnu::noinline]] kelvo_status flatten_replicated(const kelvo_slot* list, i32 count, u32 size,
+                                                  bool fail_hard, u32 replica_arg, u8** out) {
+    u8* buffer = nullptr;
+    const kelvo_status status = replica_build_msg_headers(size, replica_arg, &buffer);
+    if (buffer == nullptr) return refuse_memory(size, fail_hard);
+    if (status != 0) return status;
+    copy_slots(list, count, buffer);
+    *out = buffer;
+    return 0;
+}
+
 }  // namespace
 
 void kelvo_common_msg_iovs_length(const kelvo_slot* list, int32_t count, uint32_t* total) {
-    u32 sum = 0;
-    for (i32 i = 0; i < count; ++i) sum += static_cast<u32>(list[i].length);
-    *total = sum;
+    // Two sums, so that no addition waits for the one before.
+    u32 even = 0;
+    u32 odd = 0;
+    i32 i = 0;
+    for (; i + 1 < count; i += 2) {
+        even += static_cast<u32>(list[i].length);
+        odd += static_cast<u32>(list[i + 1].length);
+    }
+    if (i < count) even += static_cast<u32>(list[i].length);
+    *total = even + odd;
 }
 
 kelvo_status kelvo_common_msg_iovs_to_buffer_v2(const kelvo_slot* list, int32_t count,
                                                 uint32_t size, uint32_t fail_hard,
                                                 uint32_t replicated, uint32_t replica_arg,
                                                 uint8_t** out) {
-    kelvo_status status;
-    u8* const buffer = allocate_message(size, replicated != 0, replica_arg, &status);
-    if (buffer == nullptr) return refuse_memory(size, fail_hard != 0);
-    if (status != 0) return status;
-
-    u8* at = buffer;
-    for (i32 i = 0; i < count; ++i) {
-        // An empty slot may have no base, and memcpy would not have that.
-        if (list[i].length != 0) std::memcpy(at, list[i].base, list[i].length);
-        at += list[i].length;
+    if (replicated != 0) {
+        return flatten_replicated(list, count, size, fail_hard != 0, replica_arg, out);
     }
+    auto* const buffer = static_cast<u8*>(std::malloc(size));
+    if (buffer == nullptr) return refuse_memory(size, fail_hard != 0);
+    copy_slots(list, count, buffer);
     *out = buffer;
     return 0;
 }

@@ -18,7 +18,7 @@ struct BindOut {
 };
 
 template <class Order>
-[[nodiscard]] Status walk_bind(Order order, void* message, u64 length, const BindOut& out) {
+[[nodiscard]] static Status walk_bind(Order order, void* message, u64 length, const BindOut& out) {
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + offsetof(kelvo_msg_bind, version), 10);
 

@@ -48,7 +48,8 @@ inline constexpr std::size_t kReplyTypeWord = offsetof(kelvo_rply_bulk_item, typ
 /// The fixed part of a request; words and leading length are converted before the length is tested.
 /// The leading string is not looked at.
 template <class Order>
-[[nodiscard]] Status walk_bulk(Order order, void* message, u64 length, kelvo_bulk_info* out) {
+[[nodiscard]] static Status walk_bulk(Order order, void* message, u64 length,
+                                      kelvo_bulk_info* out) {
     auto* const msg = static_cast<u8*>(message);
     const auto word = [&](std::size_t offset) { return order.read(msg + offset); };
     fixed_words(order, msg + offsetof(kelvo_msg_bulk, word1), 5);
@@ -79,8 +80,8 @@ inline constexpr u32 kBulkItem = probe::no_header(kTypeWord == kRequestTypeWord
 
 /// The fixed part of a reply; words 3 and 4 are nobody's to convert.
 template <class Order>
-[[nodiscard]] Status walk_bulk_reply(Order order, void* reply, u64 length,
-                                     kelvo_bulk_reply_info* out) {
+[[nodiscard]] static Status walk_bulk_reply(Order order, void* reply, u64 length,
+                                            kelvo_bulk_reply_info* out) {
     auto* const msg = static_cast<u8*>(reply);
     Cursor<Order, kBulkReply> in(order, msg, length);
     if (const Status st = in.skip(offsetof(kelvo_rply_bulk, untouched))) return st;
@@ -107,8 +108,8 @@ template <class Order>
 /// The data of an item. A foreign-ordered item has length and data converted before there is known
 /// to be room for them; a native one is not touched before.
 template <class Order, u32 kType>
-[[nodiscard]] Status bulk_data(Order& order, Cursor<Order, kType>& in, u32 type, u8** data,
-                               u32* length) {
+[[nodiscard, gnu::always_inline]] inline Status bulk_data(Order& order, Cursor<Order, kType>& in,
+                                                          u32 type, u8** data, u32* length) {
     u8* const cell = in.at();
     order.arrive(cell);
     if (order.foreign() && order.read(cell) != 0) order.value(type, cell + kCellBytes);
@@ -122,11 +123,11 @@ template <class Order, u32 kType>
 
 /// One item of a request (kTypeWord = kRequestTypeWord) or of a reply, which has a third text.
 template <std::size_t kTypeWord, class Order>
-[[nodiscard]] Status walk_bulk_item(Order order, u8* item, u64 left, BulkItem* out) {
+[[nodiscard]] static Status walk_bulk_item(Order order, u8* item, u64 left, BulkItem* out) {
     Cursor<Order, kBulkItem<kTypeWord>> in(order, item, left);
     if (const Status st = in.skip(sizeof(kelvo_msg_bulk_item))) return st;
     order.tell_from(order.raw(in.at()));
-    fixed_words(order, item, 4);
+    if (order.foreign()) fixed_words(order, item, 4);
 
     BulkItem found = {};
     read_words(order, item, 4, found.words);

@@ -21,7 +21,7 @@ using ReplyOutcome = Outcome<Order, probe::no_header(kReceives)>;
 }
 
 template <class Order>
-[[nodiscard]] Status walk_cb_apply(Order order, void* message, u64 length) {
+[[nodiscard]] static Status walk_cb_apply(Order order, void* message, u64 length) {
     constexpr u64 kFixed = sizeof(kelvo_rply_cb_apply);
     const ReplyOutcome<Order, KELVO_OPERATION_APPLY_REPLY_NTOH> outcome(message, length);
     if (const Status st = require_reply(message, length, kFixed)) return outcome.refuse(0, st);
@@ -39,7 +39,8 @@ template <class Order>
 /// One entry of a verify reply, at `at` with `left` bytes from there on. *size is how far it goes,
 /// or went until it was refused.
 template <class Order>
-[[nodiscard]] Status walk_cb_verify_entry(Order& order, u8* at, u64 left, bool last, u64* size) {
+[[nodiscard]] static Status walk_cb_verify_entry(Order& order, u8* at, u64 left, bool last,
+                                                 u64* size) {
     *size = sizeof(kelvo_cb_verify_entry);
     for (u32 word = 0; word < 16; word += 4) order.arrive(at + word);
     if (left <= *size) return KELVO_ERR_MSG_LENGTH;
@@ -72,7 +73,7 @@ template <class Order>
 }
 
 template <class Order>
-[[nodiscard]] Status walk_cb_verify(Order order, void* message, u64 length) {
+[[nodiscard]] static Status walk_cb_verify(Order order, void* message, u64 length) {
     constexpr u64 kFixed = sizeof(kelvo_rply_cb_verify);
     const ReplyOutcome<Order, KELVO_OPERATION_VERIFY_REPLY_NTOH> outcome(message, length);
     if (const Status st = require_reply(message, length, kFixed)) return outcome.refuse(0, st);
@@ -96,7 +97,7 @@ template <class Order>
 /// A verifier error set. Something must be left beyond the leading part of an entry, so an entry
 /// without data cannot end the message; meant.
 template <class Order>
-[[nodiscard]] Status walk_errorset(Order order, void* message, u64 length) {
+[[nodiscard]] static Status walk_errorset(Order order, void* message, u64 length) {
     constexpr u64 kFixed = sizeof(kelvo_msg_errorset);
     const Outcome<Order> outcome(message, length);
     if (length < kFixed) return outcome.refuse(0, KELVO_ERR_MSG_LENGTH);
@@ -125,7 +126,7 @@ template <class Order>
 }
 
 template <class Order>
-[[nodiscard]] Status walk_sm_cb_response(Order order, void* message, u64 length) {
+[[nodiscard]] static Status walk_sm_cb_response(Order order, void* message, u64 length) {
     constexpr u64 kFixed = sizeof(kelvo_msg_sm_cb_response);
     const Outcome<Order> outcome(message, length);
     if (length < kFixed) return outcome.refuse(0, KELVO_ERR_MSG_LENGTH);
@@ -145,7 +146,7 @@ template <class Order>
 
 /// An smset reply. Its entries are tested like those of an error set, but before they are touched.
 template <class Order>
-[[nodiscard]] Status walk_smset(Order order, void* message, u64 length) {
+[[nodiscard]] static Status walk_smset(Order order, void* message, u64 length) {
     constexpr u64 kFixed = sizeof(kelvo_rply_smset);
     const ReplyOutcome<Order, KELVO_OPERATION_SMSET_REPLY_NTOH> outcome(message, length);
     if (const Status st = require_reply(message, length, kFixed)) return outcome.refuse(0, st);

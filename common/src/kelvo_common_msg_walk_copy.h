@@ -17,7 +17,7 @@ struct CopyOut {
 };
 
 template <class Order>
-[[nodiscard]] Status walk_copy(Order order, void* message, u64 length, const CopyOut& out) {
+[[nodiscard]] static Status walk_copy(Order order, void* message, u64 length, const CopyOut& out) {
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + offsetof(kelvo_msg_copy, argument), 1);
 

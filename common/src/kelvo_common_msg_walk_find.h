@@ -27,7 +27,8 @@ struct FindOut {
 /// A find, all its checks. The words of the fixed part are left to the readers: a sending walk has
 /// none to hand out.
 template <class Order>
-[[nodiscard]] Status walk_find(Order& order, u8* msg, u64 length, char** first, char** second) {
+[[nodiscard]] static Status walk_find(Order& order, u8* msg, u64 length, char** first,
+                                      char** second) {
     fixed_words(order, msg + offsetof(kelvo_msg_find, word1), 11);
 
     Cursor in(order, msg, length);
@@ -40,7 +41,7 @@ template <class Order>
 
 /// A find that is read, and left in host order.
 template <class Order>
-[[nodiscard]] Status read_find(Order order, void* message, u64 length, const FindOut& out) {
+[[nodiscard]] static Status read_find(Order order, void* message, u64 length, const FindOut& out) {
     auto* const msg = static_cast<u8*>(message);
     char* first;
     char* second;
@@ -59,8 +60,8 @@ template <class Order>
 
 /// Group find.
 template <class Order>
-[[nodiscard]] Status walk_find_group(Order order, void* message, u64 length, char** string,
-                                     u32* group) {
+[[nodiscard]] static Status walk_find_group(Order order, void* message, u64 length, char** string,
+                                            u32* group) {
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + offsetof(kelvo_msg_find_group, group), 1);
 
@@ -77,7 +78,7 @@ template <class Order>
 
 /// Group-find reply.
 template <class Order>
-[[nodiscard]] Status walk_find_group_reply(Order order, void* reply, u64 length) {
+[[nodiscard]] static Status walk_find_group_reply(Order order, void* reply, u64 length) {
     constexpr u32 kType = probe::no_header(KELVO_OPERATION_FIND_GROUP_REPLY_NTOH);
     const Outcome<Order, kType> outcome(reply, length);
     if (reply == nullptr || length < sizeof(kelvo_rply_find_group)) {

@@ -18,8 +18,8 @@ struct GetItemsOut {
 
 /// `names` is a TextArray, or has its members and drops what it is given.
 template <class Order, class Names>
-[[nodiscard]] Status walk_get_items(Order order, void* message, u64 length, Names& names,
-                                    const GetItemsOut& out) {
+[[nodiscard]] static Status walk_get_items(Order order, void* message, u64 length, Names& names,
+                                           const GetItemsOut& out) {
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + offsetof(kelvo_msg_get_items, count), 2);
 
@@ -43,8 +43,8 @@ template <class Order, class Names>
 
 /// Either reader: the array of names is the caller's.
 template <class Order>
-[[nodiscard]] Status read_get_items(Order order, void* message, u64 length, char*** names,
-                                    const GetItemsOut& out) {
+[[nodiscard]] static Status read_get_items(Order order, void* message, u64 length, char*** names,
+                                           const GetItemsOut& out) {
     TextArray array;
     if (const Status st = walk_get_items(order, message, length, array, out)) return st;
     *names = array.release();

@@ -26,8 +26,8 @@ static_assert(kItemLeadingWords == offsetof(kelvo_msg_item_verify, type));
 /// Item get. A converting reader stops the process on a wrong count, and looks at the count of a
 /// message that is too short to have one; both are meant.
 template <class Order>
-[[nodiscard]] Status walk_item_get(Order order, void* message, u64 length, char** path,
-                                   u32* argument) {
+[[nodiscard]] static Status walk_item_get(Order order, void* message, u64 length, char** path,
+                                          u32* argument) {
     const auto require_one_name = [&order](u32 count) {
         order.demand(count == 1);
         KELVO_ASSERT_AT(count == 1 || order.stopped(), "castmsg->nameset->count == 1",
@@ -64,7 +64,8 @@ enum class ItemRequest { set, create, remove };
 
 /// Item set, create and delete. Only create looks at the value type, and only after every length.
 template <ItemRequest kRequest, class Order>
-[[nodiscard]] Status walk_item_change(Order order, void* message, u64 length, const ItemOut& out) {
+[[nodiscard]] static Status walk_item_change(Order order, void* message, u64 length,
+                                             const ItemOut& out) {
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + kItemLeadingWords, 2);
 
@@ -96,7 +97,8 @@ template <ItemRequest kRequest, class Order>
 
 /// Item verify.
 template <class Order>
-[[nodiscard]] Status walk_item_verify(Order order, void* message, u64 length, const ItemOut& out) {
+[[nodiscard]] static Status walk_item_verify(Order order, void* message, u64 length,
+                                             const ItemOut& out) {
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + kItemLeadingWords, 2);
 
@@ -125,7 +127,7 @@ inline constexpr u32 kItemGetReply = probe::no_header(KELVO_OPERATION_GET_REPLY_
 /// Get reply. Its four words are converted whatever the length, and one test of it is enough: no
 /// value makes a reply shorter than its fixed part. A failed reply keeps its value unconverted.
 template <class Order>
-[[nodiscard]] Status walk_item_get_reply(Order order, void* reply, u64 length) {
+[[nodiscard]] static Status walk_item_get_reply(Order order, void* reply, u64 length) {
     auto* const rply = static_cast<u8*>(reply);
     order.fixed(rply + offsetof(kelvo_rply_item_get, word));
     order.fixed(rply + offsetof(kelvo_rply_item_get, result));

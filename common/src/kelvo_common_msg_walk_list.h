@@ -28,7 +28,7 @@ static_assert(offsetof(kelvo_msg_list, word3) ==
               offsetof(kelvo_msg_list, value1) + sizeof(u32) * kListBlockWords);
 
 template <class Order>
-[[nodiscard]] Status walk_list(Order order, void* message, u64 length, const ListOut& out) {
+[[nodiscard]] static Status walk_list(Order order, void* message, u64 length, const ListOut& out) {
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + offsetof(kelvo_msg_list, word1), 8);
 
@@ -85,7 +85,7 @@ struct DatalistEntry {
 /// One group: its header, which has no test of its own, and its entries. Only between two entries
 /// is there a look whether the reply has ended.
 template <class Entry, class Order>
-[[nodiscard]] Status walk_group(Order& order, u8* reply, u64 length, u64* pos) {
+[[nodiscard]] static Status walk_group(Order& order, u8* reply, u64 length, u64* pos) {
     u8* const group = reply + *pos;
     fixed_words(order, group, sizeof(kelvo_rply_list_group) / 4);
     const u32 entries = order.read(group + offsetof(kelvo_rply_list_group, entries));
@@ -99,7 +99,7 @@ template <class Entry, class Order>
 
 /// A reply of either kind.
 template <class Entry, class Order>
-[[nodiscard]] Status walk_list_reply(Order order, void* reply, u64 length) {
+[[nodiscard]] static Status walk_list_reply(Order order, void* reply, u64 length) {
     constexpr u64 kShortest = sizeof(kelvo_rply_list) + sizeof(kelvo_rply_list_group);
     const Outcome<Order, probe::no_header(Entry::kReceives)> outcome(reply, length);
     if (reply == nullptr || length < kShortest) return outcome.refuse(0, KELVO_ERR_MSG_LENGTH);

@@ -22,7 +22,7 @@ inline constexpr u32 kNotifyEntryBytes = sizeof(kelvo_msg_notifyset_entry);
 /// the next entry, or the set's end, has to be. *size is how far it goes, or went until it was
 /// refused.
 template <Notify kWhat, class Order>
-[[nodiscard]] Status walk_notify_entry(Order& order, u8* entry, u64 left, u64* size) {
+[[nodiscard]] static Status walk_notify_entry(Order& order, u8* entry, u64 left, u64* size) {
     if (kWhat == Notify::framing) fixed_words(order, entry, 2);
     *size = kNotifyEntryBytes;
     if (left <= *size) return KELVO_ERR_MSG_LENGTH;
@@ -50,7 +50,7 @@ using NotifyOutcome =
 
 /// All entries. Each takes at least 32 bytes of the set, whatever count the set claims.
 template <Notify kWhat, class Order>
-[[nodiscard]] Status walk_notifyset(Order order, void* buffer, u64 length, u32* count) {
+[[nodiscard]] static Status walk_notifyset(Order order, void* buffer, u64 length, u32* count) {
     const NotifyOutcome<kWhat, Order> outcome(buffer, length);
     if (length < kNotifyHeaderBytes) return outcome.refuse(0, KELVO_ERR_MSG_LENGTH);
     auto* const set = static_cast<u8*>(buffer);
@@ -78,8 +78,8 @@ inline void rewind(kelvo_notifyset_iterator& iterator) {
 
 /// Either interpret function: the walk, then an iterator for it.
 template <Notify kWhat>
-[[nodiscard]] Status interpret_notifyset(void* buffer, u32 length,
-                                         kelvo_notifyset_iterator** iterator_out) {
+[[nodiscard]] static Status interpret_notifyset(void* buffer, u32 length,
+                                                kelvo_notifyset_iterator** iterator_out) {
     const NotifyOutcome<kWhat, FromNetwork> outcome(buffer, length);
     if (any_null(buffer, iterator_out)) {
         const Status refused = refuse_null();

@@ -15,8 +15,8 @@ namespace kelvo::wire {
 /// What VS and EDMS registrations have between their fixed words and their pairs: path and number
 /// of pairs. `path_cell` is the offset of the path's length.
 template <class Order>
-[[nodiscard]] Status walk_path_and_count(Cursor<Order>& in, u64 path_cell, char** path,
-                                         u32* pairs) {
+[[nodiscard]] static Status walk_path_and_count(Cursor<Order>& in, u64 path_cell, char** path,
+                                                u32* pairs) {
     if (const Status st = in.skip(path_cell)) return st;
     if (const Status st = in.text(path)) return st;
     return in.cell(pairs);
@@ -31,7 +31,7 @@ template <class Order>
 /// The startup pairs that end a message. A pair that is received is converted before there is known
 /// to be room for it. `take(job_id, node_id)` is given each pair and says how that went.
 template <class Order, class Take>
-[[nodiscard]] Status walk_pairs(Cursor<Order>& in, u32 count, Take take) {
+[[nodiscard]] static Status walk_pairs(Cursor<Order>& in, u32 count, Take take) {
     Order& order = in.order();
     for (u32 k = 0; k < count; ++k) {
         u8* const job_id = in.at() + offsetof(kelvo_startup_pair, job_id);
@@ -51,7 +51,7 @@ template <class Order, class Take>
 /// fails stays at the cursor for all rounds that remain: of their conversions only an odd one is
 /// left. `names` is a TextArray, or has its members and drops what it is given.
 template <class Order, class Names>
-[[nodiscard]] Status walk_group_names(Cursor<Order>& in, Names& names, u32* count) {
+[[nodiscard]] static Status walk_group_names(Cursor<Order>& in, Names& names, u32* count) {
     const u8* const count_at = in.at() + offsetof(kelvo_msg_cfg_grp, count);
     if (const Status st = in.skip(sizeof(kelvo_msg_cfg_grp))) return st;
     const u32 claimed = in.order().raw(count_at);

@@ -10,8 +10,8 @@ namespace kelvo::wire {
 
 /// Transaction start. Everything is converted before the length is looked at, which is meant.
 template <class Order>
-[[nodiscard]] Status walk_transaction_start(Order order, void* message, u64 length, u64* words,
-                                            u32* options) {
+[[nodiscard]] static Status walk_transaction_start(Order order, void* message, u64 length,
+                                                   u64* words, u32* options) {
     auto* const msg = static_cast<u8*>(message);
     fixed_words(order, msg + offsetof(kelvo_msg_transaction_start, first), 5);
     Cursor in(order, msg, length);
@@ -26,7 +26,7 @@ template <class Order>
 
 /// Item lock.
 template <class Order>
-[[nodiscard]] Status walk_item_lock(Order order, void* message, u64 length, char** path) {
+[[nodiscard]] static Status walk_item_lock(Order order, void* message, u64 length, char** path) {
     Cursor in(order, static_cast<u8*>(message), length);
     char* text;
     if (const Status st = in.skip(sizeof(kelvo_msg_header))) return st;

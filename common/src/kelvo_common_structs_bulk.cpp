@@ -84,6 +84,8 @@ kelvo_status kelvo_common_msg_bulk_init(void* header, uint32_t count, uint32_t w
 
 void kelvo_common_msg_bulk_add(const kelvo_bulk_item* record, uint32_t index,
                                kelvo_bulk_builder* builder) {
+    const char* const name = record->name;
+    const u32 name_length = counted_length(name);
     const bool second = record->operation == KELVO_BULK_OPERATION_2;
     kelvo_msg_bulk_item& words = builder->items[index];
     words.operation = record->operation;
@@ -93,7 +95,7 @@ void kelvo_common_msg_bulk_add(const kelvo_bulk_item* record, uint32_t index,
 
     Gather<SendHost> out(builder->slots + slots_before(index));
     out.block(&words, sizeof words);
-    out.text(&builder->name_lengths[index].length, record->name);
+    out.counted(&builder->name_lengths[index].length, name, name_length);
     out.counted(&builder->data_lengths[index].length, second ? record->op2_data : record->data,
                 second ? record->op2_data_length : record->data_length);
     if (probe::composing()) [[unlikely]]

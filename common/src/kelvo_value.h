@@ -10,21 +10,27 @@
 
 namespace kelvo {
 
+inline constexpr std::array<u8, 14> kValueWidths = {0, 4, 8, 0, 0, 0, 0, 0, 0, 0, 2, 2, 4, 8};
+
 /// Bytes that conversion reverses for a value type; 0 for a type that travels as it is.
 [[nodiscard]] constexpr u32 value_width(u32 type) noexcept {
-    constexpr std::array<u8, 14> kWidths = {0, 4, 8, 0, 0, 0, 0, 0, 0, 0, 2, 2, 4, 8};
-    return type < kWidths.size() ? kWidths[type] : 0;
+    return type < kValueWidths.size() ? kValueWidths[type] : 0;
 }
 
 /// Copies the leading bytes of a value in reverse from `source` to `destination`, which may be the
 /// same. A longer value keeps its other bytes; a shorter one is the caller's error and is not
 /// checked.
 inline void reverse_value(u32 type, void* destination, const void* source) noexcept {
-    const u32 width = value_width(type);
-    u8 bytes[8];
-    std::memcpy(bytes, source, width);
-    auto* out = static_cast<u8*>(destination);
-    for (u32 i = 0; i < width; ++i) out[i] = bytes[width - 1 - i];
+    switch (value_width(type)) {
+        case 2:
+            return store16(destination, reversed16(load16(source)));
+        case 4:
+            return store32(destination, reversed32(load32(source)));
+        case 8:
+            return store64(destination, reversed64(load64(source)));
+        default:
+            return;
+    }
 }
 
 /// Converts a value between host and network order, as reverse_value() does where they differ.

@@ -259,6 +259,11 @@ void send_words(u8* first, std::initializer_list<u32> words) noexcept {
     }
 }
 
+/// Length of a text on the wire.
+[[nodiscard]] inline u32 counted_length(const char* text) noexcept {
+    return static_cast<u32>(std::strlen(text) + 1);
+}
+
 /// The gather list of a message, filled slot by slot in wire order; header first, done() last.
 template <class Order = SendNetwork>
 class Gather {
@@ -275,8 +280,7 @@ class Gather {
 
     /// A counted string in three slots: cell, text with its NUL, fill.
     void text(u32* length_cell, const char* text) noexcept {
-        const u32 length = static_cast<u32>(std::strlen(text) + 1);
-        counted(length_cell, text, length);
+        counted(length_cell, text, counted_length(text));
     }
 
     /// A counted piece in three slots: cell, bytes, fill.
