@@ -5,6 +5,8 @@
 // when sent after it.
 #pragma once
 
+#include <algorithm>
+
 #include "kelvo_common_msg_callback.h"
 #include "kelvo_wire.h"
 
@@ -32,7 +34,7 @@ template <class Order>
 
     const u64 mask_words = (bits + 31) / 32;
     if (length - kFixed < 8 * mask_words) return outcome.refuse(kFixed, KELVO_ERR_MSG_LENGTH);
-    fixed_words(order, msg + kFixed, static_cast<u32>(2 * mask_words));
+    order.array(msg + kFixed, 2 * mask_words);
     return outcome.accept();
 }
 
@@ -125,6 +127,9 @@ template <class Order>
     return outcome.accept();
 }
 
+/// An entry of a state-machine response is words and nothing else.
+inline constexpr u64 kEntryWords = sizeof(kelvo_sm_cb_entry) / sizeof(u32);
+
 template <class Order>
 [[nodiscard]] static Status walk_sm_cb_response(Order order, void* message, u64 length) {
     constexpr u64 kFixed = sizeof(kelvo_msg_sm_cb_response);
@@ -133,13 +138,11 @@ template <class Order>
     auto* const msg = static_cast<u8*>(message);
     const u32 count = pass_word(order, msg + offsetof(kelvo_msg_sm_cb_response, entries));
 
-    u64 pos = kFixed;
-    for (u32 k = 0; k < count; ++k) {
-        if (length - pos < sizeof(kelvo_sm_cb_entry)) {
-            return outcome.refuse(pos, KELVO_ERR_MSG_LENGTH);
-        }
-        fixed_words(order, msg + pos, 3);
-        pos += sizeof(kelvo_sm_cb_entry);
+    // Entries that are there are converted, whether or not all are.
+    const u64 there = std::min<u64>(count, (length - kFixed) / sizeof(kelvo_sm_cb_entry));
+    order.array(msg + kFixed, there * kEntryWords);
+    if (there < count) {
+        return outcome.refuse(kFixed + there * sizeof(kelvo_sm_cb_entry), KELVO_ERR_MSG_LENGTH);
     }
     return outcome.accept();
 }

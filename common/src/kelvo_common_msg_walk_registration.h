@@ -169,7 +169,7 @@ template <class Order>
     if (const Status st = in.skip(sizeof(kelvo_msg_reg_activate))) return st;
     fixed_words(order, msg + offsetof(kelvo_msg_reg_activate, w1), 2);
     const u32 entries = pass_word(order, msg + offsetof(kelvo_msg_reg_activate, entries));
-    fixed_words(order, in.at(), entries);
+    order.array(in.at(), entries);
     return in.accept();
 }
 

@@ -60,6 +60,8 @@ class Watching {
     }
     [[nodiscard]] bool stopped() const noexcept { return block_->verdict() != 0; }
 
+    void array(const u8* first, u64 count) const noexcept { block_->touch(first, 4 * count); }
+
   protected:
     void word(const u8* at) const noexcept { block_->touch(at, 4); }
     void typed(u32 type, const u8* at) const noexcept {

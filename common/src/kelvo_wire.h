@@ -10,7 +10,8 @@
 //   FromNetwork      convert           -                 convert      receives from the network
 //   ToNetwork        -                 convert           convert      prepares to send
 //
-// "fixed" are the words of a fixed part that a walk converts as a block without testing them.
+// "fixed" are the words of a fixed part that a walk converts as a block without testing them, and
+// those of an array.
 // A policy is an object and all reads go through it, so that one may also watch a walk: those of
 // kelvo_guard.h note what a converting walk would touch, convert nothing, and may end it.
 //
@@ -20,6 +21,7 @@
 
 #include <initializer_list>
 
+#include "kelvo_array.h"
 #include "kelvo_bytes.h"
 #include "kelvo_common_msg.h"
 #include "kelvo_common_msg_types.h"
@@ -65,6 +67,7 @@ struct FromNetwork : Running {
     static void arrive(u8* at) noexcept { convert32(at); }
     static void depart(u8*) noexcept {}
     static void fixed(u8* at) noexcept { convert32(at); }
+    static void array(u8* first, u64 count) noexcept { convert_array(first, count); }
     static void value(u32 type, u8* at) noexcept { convert_value(type, at, at); }
 };
 
@@ -73,6 +76,7 @@ struct ToNetwork : Running {
     static void arrive(u8*) noexcept {}
     static void depart(u8* at) noexcept { convert32(at); }
     static void fixed(u8* at) noexcept { convert32(at); }
+    static void array(u8* first, u64 count) noexcept { convert_array(first, count); }
     static void value(u32 type, u8* at) noexcept { convert_value(type, at, at); }
 };
 
