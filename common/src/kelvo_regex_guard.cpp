@@ -392,7 +392,7 @@ bool Guard::named_class() {
 // Quantifiers
 
 bool Guard::quantify(double most) {
-    if (last_.nodes == 0) return true;  // nothing to repeat: the engine refuses it
+    if (last_.nodes == 0) return true;  // nothing to repeat: text, or the engine refuses it
     if (most == kEndless) {
         last_.steps.loop();
     } else {

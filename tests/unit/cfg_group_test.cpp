@@ -307,6 +307,16 @@ TEST(AccessOptions, ShortPathsAreReadWithinTheirBounds) {
     }
 }
 
+TEST(AccessOptions, WhatStandsBeforeAPathIsNotReadAsPartOfIt) {
+    for (const char* text : {"/ah", "/ag", "@EX"}) {
+        uint32_t options = 0;
+        EXPECT_EQ(kelvo_update_access_options_common(text + 1, &options), 0U);
+        EXPECT_EQ(options, 0U) << text;
+        EXPECT_EQ(kelvo_update_access_options_common(text, &options), 0U);
+        EXPECT_NE(options, 0U) << text;
+    }
+}
+
 TEST(AccessOptions, NullArgumentsAreRefusedInSilence) {
     platform().reset();
     uint32_t options = kSentinel;

@@ -31,6 +31,20 @@ TEST_F(LogfileState, AnExistingFileCountsFromItsSize) {
     });
 }
 
+TEST_F(LogfileState, AnotherFileCountsFromNothingAgain) {
+    prepare_file(1000);
+    in_fresh_process([this] {
+        open();
+        platform().type = [] { return 4U; };
+        kelvo_init_logfile(other().c_str());
+        EXPECT_EQ(log_file.file, nullptr);
+        platform().type = [] { return 0U; };
+        kelvo_init_logfile(other().c_str());
+        EXPECT_NE(log_file.file, nullptr);
+        EXPECT_EQ(log_file.written, 0);
+    });
+}
+
 TEST_F(LogfileState, ASizeBeyondTheCountIsTheLargestCount) {
     prepare_file(5'000'000'000);
     in_fresh_process([this] {

@@ -403,6 +403,8 @@ TEST_F(ProbeRefused, SaysInRepliesWhereTheWalkHasCome) {
     const Bytes set = notify_sets()[1];
     expect(KELVO_OPERATION_NOTIFYSET, no_header(KELVO_OPERATION_NOTIFYSET), longer(set, 8),
            set.size(), KELVO_ERR_MSG_LENGTH);
+    expect(KELVO_OPERATION_NOTIFYSET, no_header(KELVO_OPERATION_NOTIFYSET), cut(set, 12),
+           set.size() - 16, KELVO_ERR_MSG_LENGTH);
 }
 
 TEST_F(ProbeRefused, SaysOfItemsWhereInTheItem) {

@@ -225,6 +225,14 @@ TEST(RegexGuard, ManyReferencesToManyGroupsAreRefused) {
     EXPECT_EQ(Compiled("(a)" + repeated("\\k<1>", 65537)).error(), kBadPattern);
 }
 
+TEST(RegexGuard, WhatRepeatsNothingDoesNotNest) {
+    constexpr int kNothingToRepeat = 13;
+    for (const std::string sign : {"*", "+", "?", "{1,2}"}) {
+        EXPECT_EQ(Compiled(repeated(sign, 100)).error(), kNothingToRepeat) << sign;
+    }
+    EXPECT_EQ(Compiled(repeated("*", 100), 0).error(), 0) << "text, in the basic syntax";
+}
+
 // The guard leaves it to the engine to say what is wrong.
 TEST(RegexGuard, ABackslashAtTheEndIsAnEscapeThatIsMissing) {
     constexpr int kEscape = 5;
@@ -502,6 +510,11 @@ TEST(RegexGuard, HowManyChoicesAMatchMayGiveUp) {
     EXPECT_EQ(given_up_from(Compiled("a*a*a*a*c(?!\n)")), 15U);
     EXPECT_EQ(given_up_from(Compiled("(?:.*.*.*a)c(?!\n)")), 19U);
     EXPECT_EQ(given_up_from(Compiled("a*c(?!\n)")), 0U);
+
+    // As many steps as a run may have, 64 for each of 15625 characters, and 64 more.
+    const Compiled many_steps(repeated("a*", 40));
+    EXPECT_EQ(many_steps.match(repeated("b", 15624)), 0);
+    EXPECT_EQ(many_steps.match(repeated("b", 15625)), kNoMatch);
 }
 
 /// The value of one of the engine's settings, which are the process's.

@@ -206,4 +206,19 @@ TEST(Regex, TheProcessKeepsTheEngineOfItsCLibrary) {
     EXPECT_EQ(home_of(dlsym(RTLD_DEFAULT, "regcomp")).find("libonig"), std::string::npos);
 }
 
+// Of the engine's own flags, those that say what stands around the text count, and no others.
+TEST(Regex, OnlyTheFlagsOfTheTextsEndsCount) {
+    constexpr int kNotBeginning = 4;
+    constexpr int kNotEnd = 8;
+    for (const auto& [pattern, ignoring] : {std::pair{"^a", kNotBeginning}, {"a$", kNotEnd}}) {
+        kelvo_regex compiled{};
+        ASSERT_EQ(kelvo_regcomp(&compiled, pattern, kFlags), 0);
+        for (int flag = 1; flag < 0x10000; flag *= 2) {
+            EXPECT_EQ(kelvo_regexec(&compiled, "a", 0, nullptr, flag), flag == ignoring ? 1 : 0)
+                << pattern << ", flag " << flag;
+        }
+        kelvo_regfree(&compiled);
+    }
+}
+
 }  // namespace

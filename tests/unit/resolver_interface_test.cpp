@@ -91,6 +91,12 @@ TEST_F(ResolverInterface, IsThisNodesForAServer) {
     EXPECT_TRUE(platform().calls.empty());
 }
 
+TEST_F(ResolverInterface, IsOnItsOwnNodeForEveryOtherCaller) {
+    for (const std::uint32_t option : {0x1U, 0x2U, 0x20U, 0x80000000U}) {
+        EXPECT_EQ(look_up(kPath, option), owner(node_answer(0x20))) << option;
+    }
+}
+
 TEST_F(ResolverInterface, DeprecatedPathsResolveToo) {
     EXPECT_EQ(look_up("oper/if/Gi0"), owner(node_answer(0x20)));
 }

@@ -119,6 +119,12 @@ TEST_F(ResolverNode, IsThisNodeForAServer) {
     EXPECT_TRUE(platform().log.empty());
 }
 
+TEST_F(ResolverNode, IsTheNamedOneForEveryOtherCaller) {
+    for (const std::uint32_t option : {0x1U, 0x2U, 0x20U, 0x80000000U}) {
+        EXPECT_EQ(look_up("cfg/node/act/20", option), owner(node_answer(0x20))) << option;
+    }
+}
+
 // --- racks --------------------------------------------------------------------------------------
 
 TEST_F(ResolverNode, RackStandsForItsLocalServersForAManagementClient) {

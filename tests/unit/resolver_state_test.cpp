@@ -25,4 +25,15 @@ TEST(ResolverState, KeepsWhetherItsProcessIsAServerAndItsTrace) {
     EXPECT_EQ(kelvo_nr_shutdown(), 0U);
 }
 
+TEST(ResolverState, IsThatOfNoNodeWhileThePlatformNamesNone) {
+    kelvo::test::platform().reset();
+    kelvo::test::platform().my_nodeid = [](std::uint32_t*) { return kelvo_status{1}; };
+    EXPECT_EQ(kelvo_nr_init(0, 7, nullptr), 1U);
+    EXPECT_EQ(state.local.node_type, KELVO_NODE_PHYSICAL);
+    EXPECT_EQ(state.local.node_id, KELVO_NODEID_INVALID);
+    EXPECT_EQ(state.local.versioned, 0U);
+    EXPECT_EQ(state.local.server_type, KELVO_SERVER_LOCAL);
+    EXPECT_FALSE(state.has_ifdb_key);
+}
+
 }  // namespace
