@@ -29,7 +29,7 @@ namespace kelvo::probe {
 inline constexpr uint32_t kTypeInHeader = 0xFFFFFFFF;
 
 /// In place of the type of a message that has no header: which operation receives it.
-[[nodiscard]] consteval uint32_t no_header(kelvo_msg_operation receives) noexcept {
+[[nodiscard]] constexpr uint32_t no_header(kelvo_msg_operation receives) noexcept {
     return 256 + static_cast<uint32_t>(receives);
 }
 
