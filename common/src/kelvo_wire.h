@@ -295,7 +295,7 @@ class Gather {
     }
 
     /// The list is complete; tracers are told. @return `answer`, the compose function's
-    u32 done(u32 answer = 0) const noexcept {
+    [[gnu::always_inline]] u32 done(u32 answer = 0) const noexcept {
         if (probe::composing()) [[unlikely]]
             probe::tell_composed(first_, slot_, answer);
         return answer;
