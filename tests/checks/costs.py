@@ -3,11 +3,15 @@
 """Checks what the operations on received buffers cost, in instructions and in memory.
 
 usage: costs.py hostile|growth COST_OF_OPERATIONS VALGRIND RESULT
+       costs.py plain [--record] COST_OF_OPERATIONS VALGRIND BUDGET
 
 hostile  messages in which every word in turn claims 2^32 - 1: work and memory stay within bounds that
          the bytes received set
 growth   about a thousand to a million pairs, names, items and entries: each costs the same, however
          many there are
+
+plain    every operation on a valid message, its guard, and calls that programs make all the time, each
+         against its budget in BUDGET; --record writes what they take now in its place
 
 Instructions are those of the library and of what it calls, counted by callgrind; they are the same in
 every run. RESULT receives the figures as JSON. What is measured: tests/cost/cost_of_operations.cpp.
@@ -21,6 +25,8 @@ import tempfile
 
 INSTRUCTIONS_PER_BYTE, INSTRUCTIONS = 64, 20_000
 MEMORY_PER_BYTE, MEMORY = 16, 4096
+# What plain work may take more than its budget: other processors and C libraries differ by that.
+SLACK, SLACK_INSTRUCTIONS = 1.05, 20
 # What an element may cost more among many than among a thousand.
 GROWTH = 1.03
 
@@ -34,7 +40,7 @@ Case = collections.namedtuple("Case", "number kind operation received elements m
 
 def read_cases(text):
     for line in text.splitlines():
-        number, kind, operation, received, elements, memory = line.split()
+        number, kind, operation, received, elements, memory = line.split("\t")
         yield Case(int(number), kind, operation, int(received), int(elements), int(memory))
 
 
@@ -80,7 +86,7 @@ def instructions(valgrind, program, what):
         out = pathlib.Path(directory) / "callgrind"
         command = [valgrind, "--tool=callgrind", f"--callgrind-out-file={out}", "--combine-dumps=yes",
                    "--collect-atstart=no", "--dump-line=no", "--quiet"]
-        if what == "growth":  # only the operations are watched, not how long messages are made
+        if what != "hostile":  # only the operations are watched, not how their messages are made
             command.append("--instr-atstart=no")
         if subprocess.run([*command, program, what], stdout=subprocess.DEVNULL).returncode != 0:
             sys.exit(f"{valgrind} could not run {program}")
@@ -144,13 +150,42 @@ def summarize_growth(measured, problems):
     return [{"operation": name, "points": points} for name, points in rows.items()]
 
 
+def check_budget(cases, costs, budget_file, record):
+    """Plain work against the file of budgets; a piece of work without one, or the reverse, is a problem."""
+    taken = {}
+    for case in cases:
+        calls = {name: cost for name, cost in costs.get(case.number, {}).items() if name not in RELEASES}
+        if guard := calls.pop(GUARD, 0):
+            taken["guard of " + case.operation] = guard
+        taken[case.operation] = sum(calls.values())
+    if record:
+        budget_file.write_text(json.dumps(taken, indent=1) + "\n")
+    budget = json.loads(budget_file.read_text())
+    problems = []
+    for name in sorted(taken.keys() | budget.keys()):
+        if name not in budget or name not in taken:
+            problems.append(f"{name}: {'has no budget' if name in taken else 'is not measured'}")
+        elif taken[name] == 0 < budget[name]:
+            problems.append(f"{name}: callgrind has counted nothing")
+        elif taken[name] > budget[name] * SLACK + SLACK_INSTRUCTIONS:
+            problems.append(f"{name}: {taken[name]} instructions; the budget is {budget[name]}")
+    print(f"{len(taken)} pieces of plain work, {sum(taken.values())} instructions, of {sum(budget.values())}")
+    if problems:
+        print(*problems, "If that is meant: cmake --build build/release --target record_costs", sep="\n")
+    return problems
+
+
 def main():
-    if len(sys.argv) != 5 or sys.argv[1] not in ("hostile", "growth"):
+    what, record = sys.argv[1] if len(sys.argv) > 1 else "", "--record" in sys.argv
+    arguments = [argument for argument in sys.argv[2:] if argument != "--record"]
+    if len(arguments) != 3 or what not in ("hostile", "growth", "plain") or (record and what != "plain"):
         sys.exit(__doc__)
-    what, program, valgrind, result = sys.argv[1:]
+    program, valgrind, result = arguments
     run = subprocess.run([program, what], check=True, capture_output=True, text=True)
     cases = list(read_cases(run.stdout))
     costs = instructions(valgrind, program, what)
+    if what == "plain":
+        sys.exit(bool(check_budget(cases, costs, pathlib.Path(result), record)))
 
     problems, measured = [], []
     for case in cases:

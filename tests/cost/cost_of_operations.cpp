@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What operations cost on messages that claim more than they hold, and on long ones. Run under
-// callgrind, each case is one part of its output, named by the case's number; run as it is, memory
-// is measured. Either way a line of the standard output describes each case:
+// What operations cost on messages that claim more than they hold, on long ones, and on plain ones.
+// Run under callgrind, each case is one part of its output, named by the case's number; run as it
+// is, memory is measured. Either way a line of the standard output describes each case:
 //
 //     <number> <kind> <operation> <bytes received> <elements> <most bytes allocated at a time>
+//
+// with tabs between.
 //
 // tests/checks/costs.py runs this twice and compares the figures with their bounds.
 #include <dlfcn.h>
@@ -20,6 +22,7 @@
 #include <string>
 #include <vector>
 
+#include "plain_calls.h"
 #include "support/operation_messages.h"
 #include "support/operations.h"
 
@@ -140,7 +143,7 @@ void measure(const char* kind, const std::string& operation, std::size_t receive
     memory.counted = false;
     const std::string number = std::to_string(++cases);
     CALLGRIND_DUMP_STATS_AT(number.c_str());
-    std::printf("%d %s %s %zu %zu %zu\n", cases, kind, operation.c_str(), received, elements,
+    std::printf("%d\t%s\t%s\t%zu\t%zu\t%zu\n", cases, kind, operation.c_str(), received, elements,
                 memory.most);
 }
 
@@ -351,6 +354,40 @@ void measure_growth() {
     }
 }
 
+// ------------------------------------------------------------------------------------------------
+// Plain work
+// ------------------------------------------------------------------------------------------------
+
+/// The same work a second time, when what is made once is there.
+template <class Run>
+void measure_plain(const std::string& name, std::size_t received, const Run& run) {
+    run();
+    CALLGRIND_START_INSTRUMENTATION;
+    measure("plain", name, received, 0, run);
+    CALLGRIND_STOP_INSTRUMENTATION;
+}
+
+/// Every operation on its longest valid message that the operation takes, and calls as programs
+/// make them all the time.
+void measure_plain_work() {
+    for (std::uint32_t i = 0; i < kOperationCount; ++i) {
+        const auto operation = static_cast<kelvo_msg_operation>(i);
+        Bytes longest;
+        for (const Bytes& message : messages_for(operation)) {
+            if (message.size() > longest.size()) longest = message;
+        }
+        const auto length = static_cast<std::uint32_t>(longest.size());
+        longest.resize(longest.size() + kBehind);
+        Bytes block(longest.size());
+        measure_plain(name_of(operation), length, [&] {
+            std::copy(longest.begin(), longest.end(), block.begin());
+            if (kelvo_common_msg_guard(operation, block.data(), length) != 0) return;
+            run(operation, block.data(), length, outcome);
+        });
+    }
+    for (const PlainCall& call : plain_calls()) measure_plain(call.name, 0, call.run);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -359,8 +396,10 @@ int main(int argc, char** argv) {
         measure_hostile_messages();
     } else if (what == "growth") {
         measure_growth();
+    } else if (what == "plain") {
+        measure_plain_work();
     } else {
-        std::fprintf(stderr, "usage: cost_of_operations hostile|growth\n");
+        std::fprintf(stderr, "usage: cost_of_operations hostile|growth|plain\n");
         return 2;
     }
     return 0;
