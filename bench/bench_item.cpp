@@ -149,6 +149,46 @@ struct StoresAndStrlen : Sender {
     }
 };
 
+/// The same as a function that has to be called, with the arguments that the library's takes.
+[[gnu::noinline]] void store_slots_called(void* header, std::uint32_t* count,
+                                          std::uint32_t* type_cell, std::uint32_t* path_length,
+                                          std::uint32_t* value_length, const char* path,
+                                          std::uint32_t type, void* value, std::int32_t value_bytes,
+                                          std::uint32_t argument, kelvo_slot* list) {
+    const auto path_bytes = static_cast<std::uint32_t>(std::strlen(path) + 1);
+    const auto bytes = static_cast<std::uint32_t>(value_bytes);
+    auto* const message = static_cast<std::uint8_t*>(header);
+    put(message + 24, KELVO_MSG_ITEM_SET);
+    put(message + 40, 0);
+    put_network(message + 44, argument);
+    *count = htonl(1);
+    *type_cell = htonl(type);
+    *path_length = htonl(path_bytes);
+    *value_length = htonl(bytes);
+    list[0] = {message, 48};
+    list[1] = {count, sizeof(kelvo_length_cell)};
+    list[2] = {type_cell, sizeof(kelvo_length_cell)};
+    list[3] = {path_length, sizeof(kelvo_length_cell)};
+    list[4] = {path, path_bytes};
+    list[5] = {kelvo_alignment, (0U - path_bytes) & 7U};
+    list[6] = {value_length, sizeof(kelvo_length_cell)};
+    list[7] = {value, bytes};
+    list[8] = {kelvo_alignment, (0U - bytes) & 7U};
+    std::uint64_t word;
+    std::memcpy(&word, value, sizeof word);
+    word = swapped64(word);
+    std::memcpy(value, &word, sizeof word);
+}
+
+struct CalledStores : Sender {
+    void run() {
+        value = kValue;
+        store_slots_called(header, &count.length, &type.length, &path_length.length,
+                           &value_length.length, path, kType, &value, sizeof value, kArgument,
+                           list);
+    }
+};
+
 /// What every contender reads from a message, or writes into one.
 struct Item {
     std::uint32_t argument = 0;
@@ -231,7 +271,8 @@ struct ProtoCompose {
 const Row kComposeRow(
     {"item_compose", "item set (path of 40, value of 8): compose", 1, {0.17, 1.3}},
     {library<Compose>(), floor<Stores>("nine slot stores and five swaps"),
-     shown<StoresAndStrlen>("the floor and strlen"), other<FlatCompose>("FlatBuffers"),
+     shown<StoresAndStrlen>("the floor and strlen"),
+     shown<CalledStores>("the floor and strlen in a function"), other<FlatCompose>("FlatBuffers"),
      other<PackedCompose>("Cap'n Proto"), other<ProtoCompose>("protobuf")});
 
 // ------------------------------------------------------------------------------------------------
@@ -278,7 +319,9 @@ struct Copy {
 
 struct CopyAndMalloc : Copy {
     void* block = nullptr;
+    CalledStores sender;
     void run() {
+        sender.run();
         Copy::run();
         block = std::malloc(kBytes);
         benchmark::DoNotOptimize(block);
@@ -310,7 +353,7 @@ struct ProtoFlatten : ProtoCompose {
 
 const Row kFlattenRow({"item_flatten", "item set: compose and flatten", 1, {0.80, 4.7}},
                       {library<Flatten>(), floor<Copy>("memcpy and htonl"),
-                       shown<CopyAndMalloc>("the floor, malloc and free"),
+                       shown<CopyAndMalloc>("the floor, the list, malloc and free"),
                        other<FlatCompose>("FlatBuffers"), other<PackedFlatten>("Cap'n Proto"),
                        other<ProtoFlatten>("protobuf")});
 
@@ -380,6 +423,17 @@ struct CopyAndCheck : Receiver {
     [[nodiscard]] bool right() const { return !refused && Receiver::right(); }
 };
 
+/// The same as a function that has to be called.
+struct CalledCheck : CopyAndCheck {
+    [[gnu::noinline]] static bool called(CopyAndCheck& own, std::uint64_t length) {
+        return own.read(length);
+    }
+    void run() {
+        std::memcpy(buffer, sent.bytes, sizeof buffer);
+        refused = !called(*this, kBytes);
+    }
+};
+
 struct FlatReceive {
     FlatCompose sender;
     alignas(8) std::uint8_t buffer[kBytes] = {};
@@ -438,6 +492,7 @@ struct ProtoReceive {
 
 const Row kReceiveRow({"item_receive", "item set: receive, all fields", 1, {0.70, 1.25}},
                       {library<Receive>(), floor<CopyAndCheck>("memcpy and ntohl with checks"),
+                       shown<CalledCheck>("the floor in a function"),
                        other<FlatReceive>("FlatBuffers"), other<PackedReceive>("Cap'n Proto"),
                        other<ProtoReceive>("protobuf")});
 
