@@ -12,6 +12,7 @@
 #include "kelvo_value.h"
 #include "platform/failing_memory.h"
 #include "platform/scripted_platform.h"
+#include "support/fenced.h"
 #include "support/messages.h"
 
 namespace {
@@ -41,6 +42,18 @@ TEST(SlotLengths, AreAddedUp) {
     EXPECT_EQ(total, 47U);
     kelvo_common_msg_iovs_length(list, 1, &total);
     EXPECT_EQ(total, 40U);
+}
+
+TEST(SlotLengths, AreAddedUpForEveryNumberOfSlots) {
+    kelvo_slot list[12];
+    uint32_t expected = 0;
+    for (int32_t count = 0; count < 12; ++count) {
+        uint32_t total = 99;
+        kelvo_common_msg_iovs_length(list, count, &total);
+        EXPECT_EQ(total, expected) << count;
+        list[count] = {nullptr, 1U << count};
+        expected += 1U << count;
+    }
 }
 
 TEST(SlotLengths, OfNoSlotsAreZero) {
@@ -77,6 +90,28 @@ TEST_F(Gathering, ThreeVariantsFlattenAlike) {
     EXPECT_EQ(Bytes(out, out + 10), kFlat);
     free(out);
     EXPECT_TRUE(platform().calls.empty()) << "the replication layer is asked only for replicas";
+}
+
+TEST_F(Gathering, APieceOfAnyLengthIsCopiedAndNothingAroundIt) {
+    Fenced fenced;
+    for (size_t length = 0; length <= 140; ++length) {
+        Bytes piece(length);
+        std::iota(piece.begin(), piece.end(), uint8_t{1});
+        for (const bool last : {false, true}) {
+            const uint8_t* const source =
+                last ? fenced.place(piece) : fenced.place_first(piece.data(), length);
+            const kelvo_slot list[] = {{"abc", 3}, {source, length}, {"defgh", 5}};
+            uint8_t* flat = nullptr;
+            ASSERT_EQ(
+                kelvo_common_msg_iovs_to_buffer(list, 3, static_cast<uint32_t>(length) + 8, &flat),
+                0U);
+            Bytes expected = {'a', 'b', 'c'};
+            expected.insert(expected.end(), piece.begin(), piece.end());
+            expected.insert(expected.end(), {'d', 'e', 'f', 'g', 'h'});
+            EXPECT_EQ(Bytes(flat, flat + length + 8), expected) << length;
+            free(flat);
+        }
+    }
 }
 
 TEST_F(Gathering, NoSlotsGiveABufferOfTheSizeAskedFor) {
