@@ -5,6 +5,8 @@
 #include "kelvo_util_compare.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdlib>
 
 #include "kelvo_assert.h"
 #include "kelvo_bytes.h"
@@ -15,51 +17,82 @@ using namespace kelvo;
 
 namespace {
 
+/// The store has kept names beyond ASCII before it from the start.
+constexpr i32 signed_byte(char byte) {
+    return static_cast<signed char>(byte);
+}
+
 /// -1, 0 or 1. The first difference is remembered, but decides only if both names end together.
 i32 name_order(const char* a, const char* b) {
     i32 remembered = 0;
     for (; *a != '\0' && *b != '\0'; ++a, ++b) {
         if (remembered != 0 || *a == *b) continue;
-        // Signed bytes: the store has kept names beyond ASCII before it from the start.
-        remembered = static_cast<signed char>(*a) < static_cast<signed char>(*b) ? -1 : 1;
+        remembered = signed_byte(*a) < signed_byte(*b) ? -1 : 1;
     }
     if (*b != '\0') return -1;
     if (*a != '\0') return 1;
     return remembered;
 }
 
-i32 path_order(char* a, char* b) {
-    ComponentWalk a_walk(a);
-    ComponentWalk b_walk(b);
-    for (;;) {
-        const char* const a_component = a_walk.next();
-        const char* const b_component = b_walk.next();
-        if (a_component == nullptr) return b_component == nullptr ? 0 : -1;
-        if (b_component == nullptr) return 1;
-        if (const i32 order = name_order(a_component, b_component)) return order;
-    }
+/// The characters of a component's rest, the "/" that ends it included.
+std::size_t rest_chars(const char* text) {
+    std::size_t chars = 0;
+    while (text[chars] != '\0' && text[chars] != '/') ++chars;
+    return text[chars] == '/' ? chars + 1 : chars;
 }
 
-/// A copy of a path to be cut into components: on the stack, unless the path is long.
-class PathCopy {
+/// How many bytes two words have in common before the first that differs.
+std::size_t common_bytes(u64 a, u64 b) {
+    const u64 difference = a ^ b;
+    const int bits = std::endian::native == std::endian::little ? std::countr_zero(difference)
+                                                                : std::countl_zero(difference);
+    return static_cast<std::size_t>(bits) / 8;
+}
+
+/// How many characters two texts have in common. Neither has fewer than `chars`.
+std::size_t common_chars(const char* a, const char* b, std::size_t chars) {
+    std::size_t at = 0;
+    for (; chars - at >= sizeof(u64); at += sizeof(u64)) {
+        const std::size_t same = common_bytes(load64(a + at), load64(b + at));
+        if (same != sizeof(u64)) return at + same;
+    }
+    while (at < chars && a[at] == b[at]) ++at;
+    return at;
+}
+
+/// Up to their first difference two paths have the same components. Its own component decides as
+/// two names do: by what each has of it from there on, then by the bytes that differ.
+i32 path_order(const char* a, std::size_t a_chars, const char* b, std::size_t b_chars) {
+    const std::size_t same = common_chars(a, b, std::min(a_chars, b_chars));
+    if (a[same] == b[same]) return 0;
+    const std::size_t a_rest = rest_chars(a + same);
+    const std::size_t b_rest = rest_chars(b + same);
+    if (a_rest != b_rest) return a_rest < b_rest ? -1 : 1;
+    return signed_byte(a[same]) < signed_byte(b[same]) ? -1 : 1;
+}
+
+/// A path as it is compared: where it lies, or, when it is long, in a copy of its own.
+class HeldPath {
   public:
-    explicit PathCopy(const char* path) {
-        const std::size_t chars = std::strlen(path);
-        text_ = chars < sizeof buffer_ ? static_cast<char*>(std::memcpy(buffer_, path, chars + 1))
-                                       : copy_text(path, chars);
+    explicit HeldPath(const char* path)
+        : chars_(std::strlen(path)),
+          copy_(chars_ < kShort ? nullptr : copy_text(path, chars_)),
+          text_(chars_ < kShort ? path : copy_) {}
+    ~HeldPath() {
+        if (copy_ != nullptr) std::free(copy_);
     }
-    ~PathCopy() {
-        if (text_ != buffer_) std::free(text_);
-    }
-    PathCopy(const PathCopy&) = delete;
-    PathCopy& operator=(const PathCopy&) = delete;
+    HeldPath(const HeldPath&) = delete;
+    HeldPath& operator=(const HeldPath&) = delete;
 
     /// Null without memory.
-    char* text() { return text_; }
+    [[nodiscard]] const char* text() const { return text_; }
+    [[nodiscard]] std::size_t chars() const { return chars_; }
 
   private:
-    char* text_;
-    char buffer_[256];
+    static constexpr std::size_t kShort = 256;
+    std::size_t chars_;
+    char* copy_;
+    const char* text_;
 };
 
 /// A token of an item name. The name itself is only read.
@@ -118,11 +151,11 @@ kelvo_status kelvo_util_compare_names(const char* a, const char* b, int32_t* res
 
 kelvo_status kelvo_util_compare_paths(const char* a, const char* b, int32_t* result) {
     if (any_null(a, b, result)) return refuse_null();
-    PathCopy a_copy(a);
-    if (a_copy.text() == nullptr) return KELVO_ERR_NO_MEMORY;
-    PathCopy b_copy(b);
-    if (b_copy.text() == nullptr) return KELVO_ERR_NO_MEMORY;
-    *result = path_order(a_copy.text(), b_copy.text());
+    const HeldPath a_path(a);
+    if (a_path.text() == nullptr) return KELVO_ERR_NO_MEMORY;
+    const HeldPath b_path(b);
+    if (b_path.text() == nullptr) return KELVO_ERR_NO_MEMORY;
+    *result = path_order(a_path.text(), a_path.chars(), b_path.text(), b_path.chars());
     return 0;
 }
 

@@ -20,6 +20,10 @@ namespace {
 
 u32 hash_of(const char* key) {
     u32 hash = 0;
+    while (key[0] != '\0' && key[1] != '\0' && key[2] != '\0' && key[3] != '\0') {
+        hash = hash_four(hash, key);
+        key += 4;
+    }
     for (; *key != '\0'; ++key) hash = hash_step(hash, *key);
     return hash + (hash >> 5);
 }

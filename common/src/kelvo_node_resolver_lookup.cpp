@@ -31,8 +31,9 @@ class JoinedPath {
         if (text_ == nullptr) return;
         std::memcpy(text_, prefix, prefix_chars);
         std::memcpy(text_ + prefix_chars, path, path_chars);
-        const bool ends = chars != 0 && text_[chars - 1] == '/';
-        std::memcpy(text_ + chars, ends ? "" : "/", ends ? 1 : 2);
+        char* end = text_ + chars;
+        if (chars == 0 || end[-1] != '/') *end++ = '/';
+        *end = '\0';
     }
     ~JoinedPath() {
         if (text_ != stack_) std::free(text_);
@@ -50,11 +51,11 @@ class JoinedPath {
 
 /// A lookup under way.
 struct Lookup {
-    char* path;  ///< what is resolved; ends with "/"
+    kelvo_nr_answer& answer;  ///< the caller's own, good only after success
     u32 options;
+    char* path = nullptr;  ///< what is resolved; ends with "/"
     Verdict verdict{};
     const char* deprecated = "";  ///< closes debug lines
-    kelvo_nr_answer answer = kIllegal;
     u32 ambiguous = 0;
 
     [[nodiscard]] bool has(u32 option) const { return (options & option) != 0; }
@@ -378,10 +379,11 @@ kelvo_status look_up(const char* prefix, const char* path, Lookup& lookup) {
 
 kelvo_status kelvo_nr_lookup_node(const char* prefix, const char* path, uint32_t options,
                                   kelvo_nr_answer* out, uint32_t* is_ambiguous) {
-    Lookup lookup{nullptr, options};
+    kelvo_nr_answer nobodys;
+    Lookup lookup{out != nullptr ? *out : nobodys, options};
     const kelvo_status status =
         any_null(prefix, path, out) ? KELVO_ERR_NULL_PARAM : look_up(prefix, path, lookup);
-    if (out != nullptr) *out = status == 0 ? lookup.answer : kIllegal;
+    if (status != 0) lookup.answer = kIllegal;
     if (status == 0 && is_ambiguous != nullptr) *is_ambiguous = lookup.ambiguous;
     if (probe::looking_up()) [[unlikely]]
         probe::tell_lookup(prefix, path, status, lookup.answer);

@@ -35,18 +35,18 @@ class Walk {
 
     /// Goes to the next component. @return whether there is one
     bool advance() {
-        hash_ = 0;
-        hashed_ = false;
-        verdict_.component += std::strcspn(verdict_.component, "/");
+        look();
+        verdict_.component += component_.chars;
         if (*verdict_.component == '/') ++verdict_.component;
+        looked_ = false;
+        component_.hash = 0;
         return *verdict_.component != '\0';
     }
 
-    /// Compares the component's hash, which is computed once.
-    bool matches(u32 hash) {
-        if (!hashed_) hash_ = hash_of(verdict_.component);
-        hashed_ = true;
-        return hash_ == hash;
+    /// The component's hash, which is computed once.
+    u32 hash() {
+        look();
+        return component_.hash;
     }
 
     /// Whether a component that matched no name ends the walk: one that holds a regular expression
@@ -77,15 +77,20 @@ class Walk {
     void trace(u32 from, u32 to) const {
         KELVO_NR_DEBUG_DFA(
             "Transition from state %d to state %d, with hash cache %u, for path '%s'",
-            static_cast<i32>(from), static_cast<i32>(to), hash_, path_);
+            static_cast<i32>(from), static_cast<i32>(to), component_.hash, path_);
     }
 
   private:
+    void look() {
+        if (!looked_) component_ = component_of(verdict_.component);
+        looked_ = true;
+    }
+
     char* path_;
     u32 options_;
     Verdict verdict_;
-    u32 hash_ = 0;
-    bool hashed_ = false;
+    Component component_{0, 0};
+    bool looked_ = false;
 };
 
 [[gnu::cold]] void refuse_state(u32 number) {
@@ -93,7 +98,23 @@ class Walk {
     KELVO_ASSERT(false, "0", kUnit);
 }
 
-/// Performs one state. @return whether the walk goes on, to *next
+/// Goes past the names that are not the component's, which is most of what a walk does.
+/// @return whether the walk goes on, in *number
+bool pass_names(Walk& walk, u32* number) {
+    const kelvo_nr_dfa_state* at = &kelvo_nr_dfa_state_table[*number];
+    if (at->operation != KELVO_NR_DFA_MATCH) return true;
+    const u32 hash = walk.hash();
+    for (; at->operation == KELVO_NR_DFA_MATCH && at->argument != hash;
+         at = &kelvo_nr_dfa_state_table[*number]) {
+        if (walk.ends_at_regexp()) return false;
+        walk.trace(*number, at->on_failure);
+        *number = at->on_failure;
+    }
+    return true;
+}
+
+/// Performs one state, which is no name but the component's. @return whether the walk goes on, to
+/// *next
 bool step(Walk& walk, u32 number, u32* next) {
     const kelvo_nr_dfa_state& at = kelvo_nr_dfa_state_table[number];
     *next = at.on_success;
@@ -108,9 +129,6 @@ bool step(Walk& walk, u32 number, u32* next) {
             walk.add_flags(at.argument);
             return true;
         case KELVO_NR_DFA_MATCH:
-            if (walk.matches(at.argument)) return true;
-            *next = at.on_failure;
-            return !walk.ends_at_regexp();
         case KELVO_NR_DFA_NO_OPERATION:
             return true;
         case KELVO_NR_DFA_WILDCARD_TEST:
@@ -127,7 +145,7 @@ Verdict kelvo_nr_run_dfa(char* path, u32 options) {
     Walk walk(path, options);
     u32 number = kelvo_nr_dfa_start_state;
     u32 next;
-    while (step(walk, number, &next)) {
+    while (pass_names(walk, &number) && step(walk, number, &next)) {
         walk.trace(number, next);
         number = next;
     }

@@ -12,6 +12,9 @@
 // The first row that fits a path decides. So rows of a name stand before rows of any component, and
 // the rows of "oper/iptv/io" before those of "oper/A". Without such a row a path that is the
 // beginning of some row is AMBIGUOUS, and any other path is INVALID, both without flags.
+//
+// A level tries its names in the order in which they come here first, so that what is asked for most
+// stands before what is not.
 #pragma once
 
 #include "kelvo_node_resolver.h"
@@ -48,12 +51,6 @@ inline constexpr Row kAll[] = {
     {"cfg|data|shadow/if|node/act end",    LOCAL,   ALL_LOCAL},
     {"cfg|data|shadow/if/pre|tem",         SHARED,  0},
     {"cfg|data|shadow/node/pre",           SHARED,  0},
-
-    {"foo|gsr",                            SHARED,  DEPRECATED | LOGGED},
-
-    {"ipc/gl",                             SHARED,  UNVERSIONED},
-    {"ipc/if",                             LOCAL,   DEPRECATED | UNVERSIONED},
-    {"ipc/local",                          LOCAL,   UNVERSIONED},
 
     {"oper/if/X?",                         IFNAME,  DEPRECATED},
     {"oper/if end",                        LOCAL,   ALL_LOCAL},
@@ -99,6 +96,12 @@ inline constexpr Row kAll[] = {
     {"debug/gl",                           SHARED,  0},
     {"debug/node/X?",                      NODE,    0},
     {"debug/node end",                     LOCAL,   ALL_LOCAL},
+
+    {"ipc/gl",                             SHARED,  UNVERSIONED},
+    {"ipc/if",                             LOCAL,   DEPRECATED | UNVERSIONED},
+    {"ipc/local",                          LOCAL,   UNVERSIONED},
+
+    {"foo|gsr",                            SHARED,  DEPRECATED | LOGGED},
 };
 // clang-format on
 

@@ -6,8 +6,6 @@
 
 #include <pthread.h>
 
-#include <cstring>
-
 #include "kelvo_bytes.h"
 #include "kelvo_debug_flag.h"
 #include "kelvo_node_resolver.h"
@@ -45,7 +43,8 @@ struct State {
 extern State state;
 
 [[nodiscard]] inline bool starts_with(const char* text, const char* start) noexcept {
-    return std::strncmp(text, start, std::strlen(start)) == 0;
+    while (*start != '\0' && *text == *start) ++text, ++start;
+    return *start == '\0';
 }
 
 /// Whether the whole system is one node. Asked once; threads that ask at the same time all store
