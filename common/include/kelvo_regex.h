@@ -43,7 +43,7 @@ enum {
 typedef struct kelvo_regex {
     void* engine;    /**< what the engine compiled */
     size_t groups;   /**< groups of the pattern */
-    int flags;       /**< as given to kelvo_regcomp() */
+    int flags;       /**< as given to kelvo_regcomp(), below what the library adds */
     uint8_t cost[4]; /**< what a match may cost, by the length of the text */
 } kelvo_regex;
 

@@ -2,10 +2,12 @@
 //
 // Paths whose components may be regular expressions. A pattern is an array with one element per
 // component; a path and a pattern are walked side by side. All matching is done one component at a
-// time, so that a component never matches across a "/".
+// time, so that a component never matches across a "/". Components whose ends say everything are
+// decided here, the others by the engine.
 #include "kelvo_util_path.h"
 
 #include "kelvo_bytes.h"
+#include "kelvo_regex_guard.h"
 #include "kelvo_report.h"
 #include "kelvo_text.h"
 
@@ -91,6 +93,35 @@ void write_expression(char* out, const char* component) {
     }
 }
 
+/// Longer components than this are the engine's, which then counts its steps.
+constexpr std::size_t kMostPlainChars = 128;
+/// Where an element keeps what its wildcard() is: above the flags that its pattern was compiled
+/// with.
+constexpr int kWildcardShift = 16;
+constexpr std::size_t kWildcardChars = sizeof ".*" - 1;
+
+constexpr bool is_ordinary(char c) {
+    const char lower = static_cast<char>(c | 0x20);
+    return (lower >= 'a' && lower <= 'z') || is_digit(c) || c == '_' || c == '-' || c == ':' ||
+           c == '%' || c == '=' || c == '/';
+}
+
+/// Where the one ".*" stands in a component whose other characters stand for themselves, counted
+/// from 1; 0 for any other component. The engine has nothing to add to what the two ends of such a
+/// component say.
+int find_wildcard(const char* component, std::size_t chars) {
+    if (chars > kMostPlainChars || !regex_has_default_syntax()) return 0;
+    int found = 0;
+    for (std::size_t at = 0; at < chars; ++at) {
+        if (found == 0 && component[at] == '.' && component[at + 1] == '*') {
+            found = static_cast<int>(++at);
+        } else if (!is_ordinary(component[at])) {
+            return 0;
+        }
+    }
+    return found;
+}
+
 /// Fills a cleared element with the component at the start of `path`.
 kelvo_status fill(kelvo_path_pattern* element, const char* path, bool dot_is_special,
                   Scratch& scratch) {
@@ -104,6 +135,7 @@ kelvo_status fill(kelvo_path_pattern* element, const char* path, bool dot_is_spe
     write_expression(expression, element->text);
     if (kelvo_regcomp(&element->compiled, expression, kFlags) != 0) return KELVO_ERR_BAD_REGEXP;
     element->is_regexp = 1;
+    element->compiled.flags |= find_wildcard(element->text, chars) << kWildcardShift;
     return 0;
 }
 
@@ -121,21 +153,65 @@ kelvo_status fill_all(kelvo_path_pattern* element, const char* path, bool dot_is
     }
 }
 
-bool component_matches(const char* component, const kelvo_path_pattern& element) {
-    if (element.is_regexp == 0) return std::strcmp(component, element.text) == 0;
-    if (ends_in_slash(component) && !ends_in_slash(element.text)) return false;
-    return kelvo_regexec(&element.compiled, component, 0, nullptr, 0) == 0;
+/// Matching goes through a path byte by byte: it has just been written, and components are short.
+/// @return what follows the component that the path begins with, or null when it does not match
+const char* match_literal(const char* path, const char* text) {
+    for (; *text != '\0'; ++path, ++text) {
+        if (*path != *text) return nullptr;
+    }
+    return path[-1] == '/' || *path == '\0' ? path : nullptr;
+}
+
+std::size_t path_component_chars(const char* path) {
+    std::size_t chars = 0;
+    while (path[chars] != '\0' && path[chars] != '/') ++chars;
+    return path[chars] == '/' ? chars + 1 : chars;
+}
+
+bool has_ends(const char* component, std::size_t chars, const char* text, std::size_t before) {
+    const std::size_t after = std::strlen(text + before + kWildcardChars);
+    if (before + after > chars) return false;
+    for (std::size_t i = 0; i < before; ++i) {
+        if (component[i] != text[i]) return false;
+    }
+    component += chars - after;
+    text += before + kWildcardChars;
+    for (std::size_t i = 0; i < after; ++i) {
+        if (component[i] != text[i]) return false;
+    }
+    return true;
+}
+
+/// The engine also matches a line of a text, so a text of several lines is left to it.
+bool is_one_line(const char* component, std::size_t chars) {
+    for (std::size_t i = 0; i < chars; ++i) {
+        if (component[i] == '\n') return false;
+    }
+    return true;
+}
+
+bool matches_regexp(const char* component, std::size_t chars, const kelvo_path_pattern& element) {
+    if (component[chars - 1] == '/' && !ends_in_slash(element.text)) return false;
+    const int wildcard = element.compiled.flags >> kWildcardShift;
+    if (wildcard != 0 && chars <= kMostPlainChars && is_one_line(component, chars)) {
+        return has_ends(component, chars, element.text, static_cast<std::size_t>(wildcard - 1));
+    }
+    return regex_matches(element.compiled, component, chars);
 }
 
 /// Matches until the path or the pattern ends.
-bool path_matches(char* path, const kelvo_path_pattern* element) {
-    ComponentWalk walk(path);
-    while (const char* component = walk.next()) {
-        if (!component_matches(component, *element)) return false;
-        if (element->is_last != 0) return true;
-        ++element;
+bool path_matches(const char* path, const kelvo_path_pattern* element) {
+    for (;; ++element) {
+        if (element->is_regexp == 0) {
+            path = match_literal(path, element->text);
+            if (path == nullptr) return false;
+        } else {
+            const std::size_t chars = path_component_chars(path);
+            if (!matches_regexp(path, chars, *element)) return false;
+            path += chars;
+        }
+        if (*path == '\0' || element->is_last != 0) return true;
     }
-    return true;
 }
 
 }  // namespace

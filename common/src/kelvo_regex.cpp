@@ -115,8 +115,8 @@ OnigOptionType options_of(int eflags) {
            ((eflags & REG_NOTEOL) != 0 ? ONIG_OPTION_NOTEOL : ONIG_OPTION_NONE);
 }
 
-int search(const kelvo_regex& compiled, const char* string, OnigRegion* region, int eflags) {
-    const std::size_t characters = std::strlen(string);
+int search(const kelvo_regex& compiled, const char* string, std::size_t characters,
+           OnigRegion* region, int eflags) {
     OnigMatchParam* const bounds = limits_for(std::bit_cast<RegexCost>(compiled.cost), characters);
     if (bounds == nullptr) return give_up(characters);
     const auto* const begin = reinterpret_cast<const OnigUChar*>(string);
@@ -127,6 +127,11 @@ int search(const kelvo_regex& compiled, const char* string, OnigRegion* region, 
 }
 
 }  // namespace
+
+bool kelvo::regex_has_default_syntax() noexcept {
+    return OnigDefaultSyntax == ONIG_SYNTAX_ONIGURUMA &&
+           onigenc_get_default_encoding() == ONIG_ENCODING_ASCII;
+}
 
 int kelvo_regcomp(kelvo_regex* compiled, const char* pattern, int flags) {
     *compiled = {nullptr, 0, flags, {}};
@@ -142,13 +147,18 @@ int kelvo_regcomp(kelvo_regex* compiled, const char* pattern, int flags) {
     return 0;
 }
 
+bool kelvo::regex_matches(const kelvo_regex& compiled, const char* text,
+                          std::size_t characters) noexcept {
+    return search(compiled, text, characters, nullptr, 0) == 0;
+}
+
 int kelvo_regexec(const kelvo_regex* compiled, const char* string, size_t nmatch,
                   kelvo_regex_match* matches, int eflags) {
     if (nmatch == 0 || (compiled->flags & KELVO_REGEX_NOSUB) != 0) {
-        return search(*compiled, string, nullptr, eflags);
+        return search(*compiled, string, std::strlen(string), nullptr, eflags);
     }
     OnigRegion region{};
-    const int error = search(*compiled, string, &region, eflags);
+    const int error = search(*compiled, string, std::strlen(string), &region, eflags);
     for (size_t i = 0; i < nmatch && (error == 0 || error == REG_NOMATCH); ++i) {
         const bool took_part = error == 0 && i <= compiled->groups;
         matches[i] =

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What can be told of a regular expression before the engine sees it: whether it is safe to
-// compile, and how much work a match may mean.
+// compile, and how much work a match may mean. And what the library asks of the engine besides its
+// public functions.
 #pragma once
 
 #include "kelvo_bytes.h"
+#include "kelvo_regex.h"
 
 namespace kelvo {
 
@@ -24,5 +26,13 @@ struct RegexCost {
 /// Reads a pattern once, from its first to its last byte, as the engine's extended syntax or its
 /// basic one. @return whether it may be compiled; only then is the cost written
 [[nodiscard]] bool regex_is_safe(const char* pattern, bool extended, RegexCost* cost) noexcept;
+
+/// Whether patterns are read in the engine's own syntax, every byte a character: the process can
+/// change both.
+[[nodiscard]] bool regex_has_default_syntax() noexcept;
+
+/// What kelvo_regexec() says of a text that need not end where its characters do.
+[[nodiscard]] bool regex_matches(const kelvo_regex& compiled, const char* text,
+                                 std::size_t characters) noexcept;
 
 }  // namespace kelvo

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Copies of texts, their hash, and the walk through the components of a path.
+// Copies of texts, their hash, and the components of a path.
 #pragma once
 
 #include <cstdlib>
@@ -38,32 +38,8 @@ namespace kelvo {
 
 /// Characters of the path's first component, the "/" that ends it included.
 [[nodiscard]] inline std::size_t component_chars(const char* path) noexcept {
-    const std::size_t name = std::strcspn(path, "/");
-    return path[name] == '/' ? name + 1 : name;
+    const char* const end = strchrnul(path, '/');
+    return static_cast<std::size_t>(end - path) + (*end == '/' ? 1 : 0);
 }
-
-/// Goes through a path's components in place: each is a text of its own, its "/" included, until
-/// the next one is asked for. An empty path has no component.
-class ComponentWalk {
-  public:
-    explicit ComponentWalk(char* path) noexcept : rest_(path), first_of_rest_(*path) {}
-    ComponentWalk(const ComponentWalk&) = delete;
-    ComponentWalk& operator=(const ComponentWalk&) = delete;
-
-    /// The next component, or null when the path has no further one.
-    [[nodiscard]] const char* next() noexcept {
-        *rest_ = first_of_rest_;
-        if (first_of_rest_ == '\0') return nullptr;
-        char* const component = rest_;
-        rest_ += component_chars(component);
-        first_of_rest_ = *rest_;
-        *rest_ = '\0';
-        return component;
-    }
-
-  private:
-    char* rest_;  ///< what follows the current component, whose first character is overwritten
-    char first_of_rest_;
-};
 
 }  // namespace kelvo
