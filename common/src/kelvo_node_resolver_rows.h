@@ -13,8 +13,8 @@
 // the rows of "oper/iptv/io" before those of "oper/A". Without such a row a path that is the
 // beginning of some row is AMBIGUOUS, and any other path is INVALID, both without flags.
 //
-// A level tries its names in the order in which they come here first, so that what is asked for most
-// stands before what is not.
+// A level tries its names in the order in which they come here first, so that what is asked for
+// most stands before what is not.
 #pragma once
 
 #include "kelvo_node_resolver.h"
