@@ -129,8 +129,9 @@ kelvo_status vector_insert(kelvo_vector* vector, const void* value, uint32_t siz
         return KELVO_ERR_NO_MEMORY;
     }
     std::memcpy(copy, value, size);
-    *index = take_slot(vector);
-    vector->slots[*index] = {KELVO_VECTOR_SLOT_USED, {copy}, size};
+    const u32 at = take_slot(vector);
+    vector->slots[at] = {KELVO_VECTOR_SLOT_USED, {copy}, size};
+    *index = at;
     ++vector->used_count;
     return vector->used_count == vector->capacity ? grow(vector) : 0;
 }

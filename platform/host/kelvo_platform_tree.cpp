@@ -2,7 +2,9 @@
 //
 // The balanced ordered tree, an AVL tree by Boost.Intrusive. Those algorithms want a header node
 // that knows the root and the first and last entries; a tree here is known by its root alone, so
-// each change works with a header of its own on the stack and takes it away again.
+// each change works with a header of its own on the stack and takes it away again. They bring a
+// first or last entry up to date only where the header had the one before, so this header, which
+// nobody asks for them, goes without.
 #include <boost/intrusive/avltree_algorithms.hpp>
 #include <cstdint>
 
@@ -42,8 +44,6 @@ class Header {
         if (*root == nullptr) return;
         node_.parent = *root;
         (*root)->parent = &node_;
-        for (node_.left = *root; node_.left->left != nullptr;) node_.left = node_.left->left;
-        for (node_.right = *root; node_.right->right != nullptr;) node_.right = node_.right->right;
     }
     ~Header() noexcept {
         *root_ = node_.parent;
