@@ -8,6 +8,7 @@
 #include <re2/re2.h>
 #include <re2/set.h>
 
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <string_view>
@@ -261,16 +262,80 @@ struct HashTrie : Answers {
 // Regular expressions
 // ------------------------------------------------------------------------------------------------
 
-/// One expression with common beginnings taken out and a mark at every owner. Each level answers
-/// for every component, so nothing is ever tried twice.
+/// The ways to an owner, one expression each, in the order in which the first that fits decides.
+struct Way {
+    std::string expression;
+    Owner owner;
+};
+
+class Ways {
+  public:
+    Ways() { add("", Target{}); }
+    std::vector<Way> all;
+
+  private:
+    void add(const std::string& before, const Target& target) {
+        if (target.decides) return all.push_back({before, target.owner});
+        const Level& level = trie_.levels[target.level];
+        for (const auto& [name, next] : level.names) add(before + std::string(name) + "/", next);
+        all.push_back({before + "$", level.end});
+        add(before + "[^/]*/", level.other);
+    }
+    Trie trie_;
+};
+
+/// A list of owners, and the mark of two letters by which an expression names one.
+class Marks {
+  public:
+    std::string add(Owner owner) {
+        const std::size_t number = owners_.size();
+        owners_.push_back(owner);
+        return std::string("(*MARK:") + static_cast<char>('A' + number / 26) +
+               static_cast<char>('A' + number % 26) + ")";
+    }
+    [[nodiscard]] Owner owner(const unsigned char* mark) const {
+        return owners_[static_cast<std::size_t>(mark[0] - 'A') * 26 +
+                       static_cast<std::size_t>(mark[1] - 'A')];
+    }
+
+  private:
+    std::vector<Owner> owners_;
+};
+
+/// The ways as alternatives.
+std::string listed(Marks& marks) {
+    std::string text;
+    for (const Way& way : Ways().all) {
+        text += (text.empty() ? "^(?:" : "|") + way.expression + marks.add(way.owner);
+    }
+    return text + ")";
+}
+
+/// The ways with their common beginnings taken out, so that nothing is ever tried twice.
+std::string factored(const Trie& trie, std::uint32_t level, Marks& marks) {
+    const auto text_of = [&](const Target& target) {
+        return target.decides ? marks.add(target.owner) : factored(trie, target.level, marks);
+    };
+    std::string text = "(?>";
+    for (const auto& [name, target] : trie.levels[level].names) {
+        text += std::string(name) + "/" + text_of(target) + "|";
+    }
+    return text + "$" + marks.add(trie.levels[level].end) + "|[^/]*+/" +
+           text_of(trie.levels[level].other) + ")";
+}
+std::string factored(Marks& marks) {
+    return "^" + factored(Trie(), 0, marks);
+}
+
+template <std::string (*kExpression)(Marks&)>
 class Pcre : public Answers {
   public:
     Pcre() {
-        const std::string pattern = "^" + text_of(0);
+        const std::string expression = kExpression(marks_);
         int error = 0;
         PCRE2_SIZE at = 0;
-        code_ = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.c_str()), PCRE2_ZERO_TERMINATED,
-                              0, &error, &at, nullptr);
+        code_ = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(expression.c_str()),
+                              PCRE2_ZERO_TERMINATED, 0, &error, &at, nullptr);
         (void)pcre2_jit_compile(code_, PCRE2_JIT_COMPLETE);
         match_ = pcre2_match_data_create_from_pattern(code_, nullptr);
     }
@@ -285,69 +350,35 @@ class Pcre : public Answers {
         for (std::size_t i = 0; i < kCount; ++i) {
             (void)pcre2_jit_match(code_, reinterpret_cast<PCRE2_SPTR>(kPaths[i].data()),
                                   kPaths[i].size(), 0, 0, match_, nullptr);
-            const PCRE2_SPTR mark = pcre2_get_mark(match_);
-            owners[i] = owners_[static_cast<std::size_t>(mark[0] - 'A') * 26 +
-                                static_cast<std::size_t>(mark[1] - 'A')];
+            owners[i] = marks_.owner(pcre2_get_mark(match_));
         }
     }
 
   private:
-    std::string mark(Owner owner) {
-        const std::size_t number = owners_.size();
-        owners_.push_back(owner);
-        return std::string("(*MARK:") + static_cast<char>('A' + number / 26) +
-               static_cast<char>('A' + number % 26) + ")";
-    }
-    std::string text_of(const Target& target) {
-        return target.decides ? mark(target.owner) : text_of(target.level);
-    }
-    std::string text_of(std::uint32_t level) {
-        std::string text = "(?>";
-        for (const auto& [name, target] : trie_.levels[level].names) {
-            text += std::string(name) + "/" + text_of(target) + "|";
-        }
-        return text + "$" + mark(trie_.levels[level].end) + "|[^/]*+/" +
-               text_of(trie_.levels[level].other) + ")";
-    }
-
-    Trie trie_;
-    std::vector<Owner> owners_;
+    Marks marks_;
     pcre2_code* code_;
     pcre2_match_data* match_;
 };
 
-/// One expression for each way to an owner, all matched at once; the first that fits decides.
+/// The ways, all matched at once.
 class Re2Set : public Answers {
   public:
     Re2Set() : set_(RE2::Options(), RE2::ANCHOR_START) {
-        add("", Target{});
+        for (const Way& way : ways_.all) (void)set_.Add(way.expression, nullptr);
         (void)set_.Compile();
     }
     void run() {
         std::vector<int> fitting;
         for (std::size_t i = 0; i < kCount; ++i) {
             (void)set_.Match(re2::StringPiece(kPaths[i].data(), kPaths[i].size()), &fitting);
-            owners[i] = owners_[static_cast<std::size_t>(
-                *std::min_element(fitting.begin(), fitting.end()))];
+            const int first = *std::min_element(fitting.begin(), fitting.end());
+            owners[i] = ways_.all[static_cast<std::size_t>(first)].owner;
         }
     }
 
   private:
-    void add(const std::string& before, const Target& target) {
-        if (target.decides) return add(before, target.owner);
-        const Level& level = trie_.levels[target.level];
-        for (const auto& [name, next] : level.names) add(before + std::string(name) + "/", next);
-        add(before + "$", level.end);
-        add(before + "[^/]*/", level.other);
-    }
-    void add(const std::string& pattern, Owner owner) {
-        (void)set_.Add(pattern, nullptr);
-        owners_.push_back(owner);
-    }
-
-    Trie trie_;
+    Ways ways_;
     RE2::Set set_;
-    std::vector<Owner> owners_;
 };
 
 /// The walk alone, and all that a lookup does besides.
@@ -356,12 +387,14 @@ constexpr Targets kLookup = {0.35, 5.9};
 
 const Row kWalk({"path_to_owner_machine", "path to owner: the state machine", kCount, kMachine},
                 {library<Machine>(), floor<Hashing>("hash of the bytes that decide"),
-                 other<Pcre>("PCRE2 JIT"), shown<HashTrie>("absl::flat_hash_map of levels"),
-                 shown<Re2Set>("RE2::Set")});
+                 other<Pcre<listed>>("PCRE2 JIT"),
+                 shown<Pcre<factored>>("PCRE2 JIT, beginnings factored out"),
+                 shown<HashTrie>("absl::flat_hash_map of levels"), shown<Re2Set>("RE2::Set")});
 const Row kWhole({"path_to_owner", "path to owner: the whole lookup", kCount, kLookup},
                  {library<Lookup>(), floor<Hashing>("hash of the bytes that decide"),
-                  other<Pcre>("PCRE2 JIT"), shown<HashTrie>("absl::flat_hash_map of levels"),
-                  shown<Re2Set>("RE2::Set")});
+                  other<Pcre<listed>>("PCRE2 JIT"),
+                  shown<Pcre<factored>>("PCRE2 JIT, beginnings factored out"),
+                  shown<HashTrie>("absl::flat_hash_map of levels"), shown<Re2Set>("RE2::Set")});
 
 /// One path of so many components, of which the first decide.
 struct LongPath {
