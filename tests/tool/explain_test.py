@@ -70,7 +70,7 @@ class Rules(kelvo.ToolTest):
         for rule, arguments, platform in (
                 ("neither the path nor its prefix may begin with '/': leave it out", ["/cfg"], {}),
                 ("the empty path is ambiguous, not invalid", ["/"], {}),
-                ("'cgf' is not cfg, data, shadow, foo, gsr, ipc, oper, action, admin or debug, the "
+                ("'cgf' is not cfg, data, shadow, oper, action, admin, debug, ipc, foo or gsr, the "
                  "names that may stand here (did you mean 'cfg'?)", ["cgf/gl"], {}),
                 ("the path stops above the level that decides its owner; gl, if or node may follow",
                  ["cfg"], {}),
