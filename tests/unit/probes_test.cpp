@@ -396,6 +396,9 @@ TEST_F(ProbeRefused, SaysInRepliesWhereTheWalkHasCome) {
            cut(list_reply(Order::network, 0, {1}), 8), 24 + 32 + 16, KELVO_ERR_MSG_LENGTH);
     expect(KELVO_OPERATION_VERIFY_REPLY_NTOH, no_header(KELVO_OPERATION_VERIFY_REPLY_NTOH),
            cut(verify_reply(Order::network, 1), 16), 64 + 24 + 8 + 16, KELVO_ERR_MSG_LENGTH);
+    const Bytes response = sm_cb_response(Order::network, 3);
+    expect(KELVO_OPERATION_SM_CB_RESPONSE_NTOH, 0, cut(response, 1), response.size() - 12,
+           KELVO_ERR_MSG_LENGTH);
     Bytes failed = get_reply(Order::network, 2, Bytes(8));
     put_word(failed, 24, 1);
     expect(KELVO_OPERATION_GET_REPLY_NTOH, no_header(KELVO_OPERATION_GET_REPLY_NTOH), failed, 24,

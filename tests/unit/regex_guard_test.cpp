@@ -136,6 +136,18 @@ TEST(RegexGuard, WhatIsNoGroupIsOneLevel) {
         EXPECT_EQ(Compiled(open + part + "*" + close).error(), 0) << part;
         EXPECT_EQ(Compiled(open + part + "*{1,2}" + close).error(), kBadPattern) << part;
     }
+    // What cannot be repeated itself, in a group that is.
+    for (const std::string part : {"a\\b", "a\\Z", "\\Ga", "^a", "a$"}) {
+        EXPECT_EQ(Compiled(open + part + close + "*").error(), 0) << part;
+        EXPECT_EQ(Compiled(open + part + close + "*{1,2}").error(), kBadPattern) << part;
+    }
+    // A condition is as high as four groups.
+    const auto conditions = [](std::size_t groups) {
+        return "(x)" + repeated("(?(1)", 7) + repeated("(?:", groups) + "a" +
+               repeated(")", 7 + groups);
+    };
+    EXPECT_EQ(Compiled(conditions(4)).error(), 0);
+    EXPECT_EQ(Compiled(conditions(5)).error(), kBadPattern);
     const std::string basic_open = "\\(x\\)" + repeated("\\(", 32);
     const std::string basic_close = repeated("\\)", 32);
     for (const std::string part : {"a", "(", ")", "{", "|", "+", "?", "[a]", "\\1"}) {

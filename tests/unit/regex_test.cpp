@@ -221,4 +221,15 @@ TEST(Regex, OnlyTheFlagsOfTheTextsEndsCount) {
     }
 }
 
+TEST(Regex, OnlyTheFlagOfNoPlacesKeepsThemBack) {
+    constexpr int kAnyCase = 1;
+    kelvo_regex compiled{};
+    ASSERT_EQ(kelvo_regcomp(&compiled, "b", KELVO_REGEX_EXTENDED | kAnyCase), 0);
+    kelvo_regex_match place{7, 7};
+    EXPECT_EQ(kelvo_regexec(&compiled, "aB", 1, &place, 0), 0);
+    EXPECT_EQ(place.start, 1);
+    EXPECT_EQ(place.end, 2);
+    kelvo_regfree(&compiled);
+}
+
 }  // namespace

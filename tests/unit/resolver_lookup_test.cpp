@@ -142,6 +142,7 @@ TEST_F(ResolverLookup, RemoteNumberBecomesTheNodeOfASystemwideAnswer) {
     EXPECT_EQ(look_up("remote/3/cfg/gl/a"), owner(remote(kSharedSc, 3)));
     EXPECT_EQ(look_up("remote/3/", "cfg/gl/a"), owner(remote(kSharedSc, 3)));
     EXPECT_EQ(look_up("remote/17/admin/cfg/gl"), owner(remote(kAdmin, 17)));
+    EXPECT_EQ(look_up("remote/205/cfg/gl"), owner(remote(kSharedSc, 205)));
     EXPECT_EQ(look_up("remote/3/cfg/gl", kCcvOption), owner(remote(kCcv, 3)));
     EXPECT_EQ(look_up("remote/4294967295/cfg/gl"), owner(remote(kSharedSc, 0xFFFFFFFF)));
     EXPECT_EQ(look_up("remote/3/cfg"), ambiguous(remote(kSharedSc, 3)));
