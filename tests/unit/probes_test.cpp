@@ -425,6 +425,21 @@ TEST_F(ProbeRefused, SaysOfItemsWhereInTheItem) {
                                      KELVO_ERR_MSG_LENGTH));
 }
 
+TEST_F(ProbeRefused, SaysOfAnEntryBehindTheEndThatNothingOfItPassed) {
+    Bytes set = notify_sets()[1];
+    kelvo_notifyset_iterator* iterator = nullptr;
+    ASSERT_EQ(kelvo_common_notifyset_interpret(set.data(), static_cast<u32>(set.size()), &iterator),
+              0U);
+    static_cast<void>(tracer.take());
+    iterator->end = iterator->current;
+    kelvo_notifyset_entry entry;
+    u64 kind_and_type;
+    EXPECT_EQ(kelvo_common_notifyset_next(iterator, &entry, &kind_and_type), KELVO_ERR_MSG_LENGTH);
+    EXPECT_EQ(tracer.take(),
+              refusal(no_header(KELVO_OPERATION_NOTIFYSET_NEXT), 0, 0, KELVO_ERR_MSG_LENGTH));
+    std::free(iterator);
+}
+
 TEST_F(ProbeRefused, IsToldOfNullsAndOfMemoryThatThereIsNone) {
     kelvo_bulk_info info;
     EXPECT_EQ(kelvo_common_msg_bulk_interpret(nullptr, 100, &info), KELVO_ERR_NULL_PARAM);
