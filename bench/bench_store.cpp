@@ -73,8 +73,8 @@ struct Keys {
     std::size_t asked;
     Map map;
     [[nodiscard]] bool right() const {
-        for (const std::uint32_t key : keys) {
-            if (map.find(key) != value_of(key)) return false;
+        for (std::size_t i = 0; i < asked; ++i) {
+            if (map.find(keys[i]) != value_of(keys[i])) return false;
         }
         return map.find(0) == nullptr;
     }
