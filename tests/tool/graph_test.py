@@ -35,6 +35,12 @@ class Pictures(kelvo.ToolTest):
                 '  s165 [label="165\\nlevel" shape=box style=filled fillcolor=gold];\n'
                 '  s165 -> s164 [color=red penwidth=3];\n}\n'))
 
+    def test_paths_from_files(self):
+        walk = self.run_tool("graph", "--only", "cfg/gl", "nobody").out
+        self.expect(self.run_tool("graph", "--only", "-f", "-", stdin="cfg/gl\nnobody\n"), out=walk)
+        self.expect(self.run_tool("graph", "--only", "nobody", "-f", self.write("p", "cfg/gl\n")),
+                    out=walk)
+
     def test_a_walk_among_all_states(self):
         text = self.run_tool("graph", "cfg/gl", "nobody").out
         self.assertEqual(len(re.findall(r"^  s\d+ \[label", text, re.M)), 167)
@@ -71,6 +77,12 @@ class Pictures(kelvo.ToolTest):
         self.assertEqual(run.err.splitlines()[-1], (
             "kelvo graph: dot did not draw the picture: is Graphviz (Debian's package graphviz) "
             "installed?"))
+
+    def test_a_picture_that_nobody_takes(self):
+        self.assertEqual(self.run_shell("{ kelvo graph --svg; echo $? >&2; } | head -c 0").stdout,
+                         "141\n")
+        self.assertEqual(self.run_shell("kelvo graph --svg >/dev/full; echo $?").stdout, (
+            "kelvo graph: standard output: No space left on device\n4\n"))
 
     def test_mistakes(self):
         usage = "Try 'kelvo graph --help'.\n"

@@ -107,6 +107,34 @@ class Forms(kelvo.ToolTest):
         dump = "".join(f"{16 * i:08x}  {row[:8].hex(' ')}  {row[8:].hex(' ')}  |{'a' * len(row)}|\n"
                        for i, row in enumerate(rows))
         self.expect_lock(stdin=dump)
+        self.expect_lock(stdin=f"{dump}{len(message):08x}\n")
+        both = self.run_tool("decode", "--json", stdin=2 * f"{dump}{len(message):08x}\n")
+        self.assertEqual([record["status"] for record in both.records], ["success", "success"])
+
+    def test_rows_that_a_dump_leaves_out(self):
+        # As hexdump -C prints 16 bytes of header, then 64 times "x" in a path.
+        path = "cfg/gl/n" + 64 * "x"
+        text = self.run_tool("encode", LOCK.replace("cfg/if", path)).out.strip()
+        message = bytes.fromhex(text)
+        rows = [message[i:i + 16].hex(" ") for i in range(0, len(message), 16)]
+        self.assertEqual(rows[4:7], 3 * [rows[4]])
+        dump = "".join(f"{16 * i:08x}  {row}  |.|\n" for i, row in enumerate(rows) if i not in (5, 6))
+        dump = dump.replace("00000070 ", "*\n00000070 ") + f"{len(message):08x}\n"
+        run = self.run_tool("decode", "--json", stdin=dump)
+        self.assertEqual((run.err, run.code), ("", 0))
+        self.assertEqual(run.records[0]["fields"]["path"], path)
+        ended = self.run_tool("decode", "--as", "item_lock", "--json",
+                              stdin="00000000: 0000 0000\n*\n00000020\n")
+        self.assertEqual(ended.records[0]["length"], 32)
+        for rest in ("", "\n", "0000", "00000002: 00"):
+            wrong = self.run_tool("decode", stdin="00000000: 0000 0000\n*\n" + rest)
+            line = 2 if rest == "" else 3
+            self.expect(wrong, code=3, err=(
+                f"kelvo decode: standard input: line {line}: an offset behind the rows before '*' is "
+                "due, to tell how many it is for\n"))
+        self.expect(self.run_tool("decode", stdin="00000000: \n*\n00000010: 00"), code=3, err=(
+            "kelvo decode: standard input: line 3: an offset behind the rows before '*' is due, to "
+            "tell how many it is for\n"))
 
     def test_bytes(self):
         self.expect_lock("-f", self.write("lock.bin", bytes.fromhex(LOCK_HEX)))
@@ -165,7 +193,28 @@ class Mistakes(kelvo.ToolTest):
             run = self.run_tool("encode", '{"message": "item_lock", "fields": ' + fields + "}")
             self.expect(run, code=3, err=f"kelvo encode: argument 1, message 1: {wrong}\n")
 
+    def test_where_json_is_wrong(self):
+        for text, wrong in (
+                (LOCK + "\n[" + LOCK + ',{"message": 3}]',
+                 "argument 1, message 3: message: an object with the name of a message is due"),
+                (LOCK + '\n{"message":\n  "bind",}', "argument 1, line 3, column 10: no JSON: syntax "
+                 "error while parsing object key - unexpected '}'; expected string literal"),
+                (" \n", "argument 1: there is no JSON in it")):
+            self.expect(self.run_tool("encode", text), code=3, err=f"kelvo encode: {wrong}\n")
+        self.expect(self.run_tool("encode", "[]"))
+
+    def test_in_options_of_one_another(self):
+        for option, name in (("--to", "--to"), ("-o", "--output")):
+            self.expect(self.run_tool("encode", "--json", option, "pcap", LOCK), code=2, err=(
+                f"kelvo encode: --json excludes {name}\nTry 'kelvo encode --help'.\n"))
+        self.expect(self.run_tool("decode", "--list", "00"), code=2, err=(
+            "kelvo decode: --list shows names of messages, and decodes none\n"
+            "Try 'kelvo decode --help'.\n"))
+
     def test_in_a_mutation(self):
+        self.expect(self.run_tool("encode", "--mutate", "nul_missing@pth", LOCK), code=2, err=(
+            "kelvo encode: 'nul_missing@pth' can be done nowhere in this item_lock; it can be at path\n"
+            "Try 'kelvo encode --help'.\n"))
         self.expect(self.run_tool("encode", "--mutate", "length_mx", LOCK), code=2, err=(
             "kelvo encode: there is no mutation 'length_mx'; --mutate list shows them (did you mean "
             "'length_max'?)\nTry 'kelvo encode --help'.\n"))

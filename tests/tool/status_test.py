@@ -50,6 +50,9 @@ class Status(kelvo.ToolTest):
 
     def test_list(self):
         names = [record["name"] for record in self.run_tool("status", "--list", "--json").records]
+        self.expect(self.run_tool("status", "--list", "0"), code=2, err=(
+            "kelvo status: --list shows all statuses, and takes no STATUS\n"
+            "Try 'kelvo status --help'.\n"))
         self.assertEqual(names[0], "KELVO_ERR_NULL_PARAM")
         self.assertEqual(len(names), 36)
         self.assertEqual(len(set(names)), 36)

@@ -48,8 +48,18 @@ class Types(kelvo.ToolTest):
         self.expect(self.run_tool("types", "ITEMGET"), code=1, err=(
             "kelvo types: argument 1: 'ITEMGET' is no number or name of a type (did you mean "
             "'ITEM_GET'?)\n"))
-        self.expect(self.run_tool("types", "--file", "x"), code=2, err=(
-            "kelvo types: unknown option '--file'\nTry 'kelvo types --help'.\n"))
+        self.expect(self.run_tool("types", "item_get"), code=1, err=(
+            "kelvo types: argument 1: 'item_get' is no number or name of a type (did you mean "
+            "'ITEM_GET'?)\n"))
+        self.expect(self.run_tool("types", "--tag", "x"), code=2, err=(
+            "kelvo types: unknown option '--tag'\nTry 'kelvo types --help'.\n"))
+
+    def test_from_files(self):
+        ping = "message  64  PING  'PING        ', 'ping'\n"
+        self.expect(self.run_tool("types", "-f", "-", stdin="PING\n\n64\n"), out=2 * ping)
+        self.expect(self.run_tool("types", "-f", self.write("types.txt", "64\nPONG\n")), code=1,
+                    out=ping, err=(f"kelvo types: {self.scratch}/types.txt:2: 'PONG' is no number or "
+                                   "name of a type (did you mean 'PING'?)\n"))
 
 
 if __name__ == "__main__":

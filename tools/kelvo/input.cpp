@@ -138,7 +138,7 @@ void Input::declare(Verb& verb, const std::string& name, const std::string& what
 }
 
 std::vector<std::string> Input::sources() const {
-    if (!files_.empty() || !arguments_.empty()) return files_;
+    if (is_given()) return files_;
     if (isatty(STDIN_FILENO) != 0) {
         throw Failure(Exit::usage,
                       "nothing to answer: give " + name_ + "..., --file FILE or standard input");

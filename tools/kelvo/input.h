@@ -22,6 +22,9 @@ class Input {
     /// Declares the arguments NAME... and the option --file of a verb. `what` says what they are.
     void declare(Verb& verb, const std::string& name, const std::string& what);
 
+    /// Whether there are arguments or files, so that standard input is not read.
+    [[nodiscard]] bool is_given() const { return !arguments_.empty() || !files_.empty(); }
+
     /// Calls for each record in order: the arguments, then the lines of each file; those of
     /// standard input when there is neither. A line ends at a line feed, or at a carriage return
     /// and a line feed; an empty line is passed over, and a NUL in a line is a Failure. What was

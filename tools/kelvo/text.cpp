@@ -56,8 +56,12 @@ std::string wrapped(std::string_view text, std::size_t indent, std::size_t width
 
 namespace {
 
+char lower(char letter) {
+    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter | 0x20) : letter;
+}
+
 /// How many letters must be put in, left out or changed, or neighbours swapped, to make one word of
-/// the other.
+/// the other. A capital is the same letter.
 std::size_t distance(std::string_view a, std::string_view b) {
     std::vector<std::vector<std::size_t>> table(a.size() + 1,
                                                 std::vector<std::size_t>(b.size() + 1));
@@ -65,7 +69,8 @@ std::size_t distance(std::string_view a, std::string_view b) {
     for (std::size_t j = 0; j <= b.size(); ++j) table[0][j] = j;
     for (std::size_t i = 1; i <= a.size(); ++i) {
         for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t changed = table[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+            const std::size_t changed =
+                table[i - 1][j - 1] + (lower(a[i - 1]) == lower(b[j - 1]) ? 0 : 1);
             table[i][j] = std::min({changed, table[i - 1][j] + 1, table[i][j - 1] + 1});
             const bool swapped = i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1];
             if (swapped) table[i][j] = std::min(table[i][j], table[i - 2][j - 2] + 1);

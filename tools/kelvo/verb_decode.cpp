@@ -80,7 +80,12 @@ class Decode final : public Verb {
     }
 
     Exit run(Output& out) override {
-        if (list_) return show_names(out);
+        if (list_) {
+            if (!arguments_.empty() || !files_.empty()) {
+                throw Failure(Exit::usage, "--list shows names of messages, and decodes none");
+            }
+            return show_names(out);
+        }
         const std::vector<SourcedMessage> messages =
             read_sources(arguments_, files_, form_of(form_), "HEX...");
         Exit exit_code = Exit::ok;

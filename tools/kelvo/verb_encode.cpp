@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <set>
 #include <stdexcept>
 
 #include "capture.h"
@@ -75,9 +76,11 @@ class Encode final : public Verb {
         app.add_option("-f,--file", files_, "read messages from FILE; - is standard input")
             ->type_name("FILE")
             ->allow_extra_args(false);
-        add_choice("--to", to_, {"hex", "binary", "pcap"}, "what is written");
+        CLI::Option* const records = app.get_option("--json");
+        add_choice("--to", to_, {"hex", "binary", "pcap"}, "what is written")->excludes(records);
         app.add_option("-o,--output", output_, "write to FILE instead of standard output")
-            ->type_name("FILE");
+            ->type_name("FILE")
+            ->excludes(records);
         app.add_option("--mutate", mutation_, "make hostile variants; list shows them")
             ->type_name("NAME");
     }
@@ -121,23 +124,34 @@ class Encode final : public Verb {
 
     /// The JSON values of a text, one after another.
     void read(const std::string& where, const std::string& text, std::vector<Encoded>& all) const {
-        std::size_t begin = 0;
-        std::size_t number = 0;
-        while ((begin = text.find_first_not_of(" \t\r\n", begin)) != std::string::npos) {
-            const std::size_t end = end_of_value(text, begin);
-            const std::string here = where + ", message " + std::to_string(++number);
-            try {
-                const Json value = Json::parse(text.begin() + static_cast<std::ptrdiff_t>(begin),
-                                               text.begin() + static_cast<std::ptrdiff_t>(end));
-                add(value, all);
-            } catch (const Failure&) {
-                throw;
-            } catch (const std::exception& error) {
-                throw Failure(Exit::input, here + ": " + printable(error.what()));
-            }
-            begin = end;
+        std::size_t begin = text.find_first_not_of(" \t\r\n");
+        if (begin == std::string::npos) {
+            throw Failure(Exit::input, where + ": there is no JSON in it");
         }
-        if (number == 0) throw Failure(Exit::input, where + ": there is no JSON in it");
+        std::size_t number = 0;
+        while (begin != std::string::npos) {
+            const std::size_t end = end_of_value(text, begin);
+            add(where, number, parsed(where, text, begin, end), all);
+            begin = text.find_first_not_of(" \t\r\n", end);
+        }
+    }
+    static Json parsed(const std::string& where, const std::string& text, std::size_t begin,
+                       std::size_t end) {
+        try {
+            return Json::parse(text.begin() + static_cast<std::ptrdiff_t>(begin),
+                               text.begin() + static_cast<std::ptrdiff_t>(end));
+        } catch (const Json::parse_error& error) {
+            // Of "[...] parse error at line 1, column 2: why", counted from the value's beginning.
+            const std::string what = error.what();
+            const std::size_t why = what.find(": ");
+            const std::size_t at = begin + std::max<std::size_t>(error.byte, 1) - 1;
+            const std::string before = text.substr(0, at);
+            const auto line = 1 + std::count(before.begin(), before.end(), '\n');
+            const std::size_t column = at - (before.rfind('\n') + 1) + 1;
+            throw Failure(Exit::input, where + ", line " + std::to_string(line) + ", column " +
+                                           std::to_string(column) + ": no JSON" +
+                                           printable(what.substr(std::min(why, what.size()))));
+        }
     }
     /// Where the value that begins at a place ends: where its brackets close.
     static std::size_t end_of_value(const std::string& text, std::size_t begin) {
@@ -157,11 +171,24 @@ class Encode final : public Verb {
         return text.size();
     }
 
-    void add(const Json& object, std::vector<Encoded>& all) const {
-        if (object.is_array()) {
-            for (const Json& one : object) add(one, all);
+    /// Adds a message, or those of an array, and counts them.
+    void add(const std::string& where, std::size_t& number, const Json& value,
+             std::vector<Encoded>& all) const {
+        if (value.is_array()) {
+            for (const Json& one : value) add(where, number, one, all);
             return;
         }
+        ++number;
+        try {
+            add(value, all);
+        } catch (const Failure&) {
+            throw;
+        } catch (const std::exception& error) {
+            throw Failure(Exit::input, where + ", message " + std::to_string(number) + ": " +
+                                           printable(error.what()));
+        }
+    }
+    void add(const Json& object, std::vector<Encoded>& all) const {
         const Description& description = Description::built_in();
         const codec::Message& message = message_of(description, object);
         auto bytes = from_json(description, object);
@@ -202,8 +229,24 @@ class Encode final : public Verb {
         }
         if (!any) {
             throw Failure(Exit::usage, "'" + printable(mutation_) +
-                                           "' can be done nowhere in this " + message.name);
+                                           "' can be done nowhere in this " + message.name +
+                                           (field.empty() ? "" : places_of(decoded, names)));
         }
+    }
+
+    /// Where mutations can be done in a message, as a part of a sentence.
+    static std::string places_of(const codec::Decoded& decoded,
+                                 const std::vector<std::string>& names) {
+        std::set<std::string> fields;
+        for (const std::string& name : names) {
+            for (const Mutant& mutant : mutate(Description::built_in(), decoded, name, "")) {
+                const std::size_t at = mutant.name.find('@');
+                if (at != std::string::npos) fields.insert(mutant.name.substr(at + 1));
+            }
+        }
+        std::string list;
+        for (const std::string& field : fields) list += (list.empty() ? "" : ", ") + field;
+        return list.empty() ? "" : "; it can be at " + list;
     }
 
     void write(Output& out, const std::vector<Encoded>& all) const {

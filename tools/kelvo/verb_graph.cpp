@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // kelvo graph: the resolver's state machine as a picture.
-#include <csignal>
+#include <unistd.h>
+
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <set>
@@ -86,17 +88,27 @@ class Drawing {
     bool only_walked_;
 };
 
-/// Has Graphviz draw the picture to standard output.
-void draw_svg(const std::string& text) {
-    std::signal(SIGPIPE, SIG_IGN);  // when it cannot be started, its exit code says so
-    std::FILE* const dot = popen("dot -Tsvg", "w");
+/// The picture that Graphviz draws of a text, which it reads as its standard input.
+std::string svg_of(const std::string& text) {
+    std::FILE* const file = std::tmpfile();
+    const bool is_ready = file != nullptr &&
+                          std::fwrite(text.data(), 1, text.size(), file) == text.size() &&
+                          std::fflush(file) == 0 && std::fseek(file, 0, SEEK_SET) == 0 &&
+                          dup2(fileno(file), STDIN_FILENO) == STDIN_FILENO;
+    std::FILE* const dot = is_ready ? popen("dot -Tsvg", "r") : nullptr;
     if (dot == nullptr) throw Failure(Exit::internal, "no process can be started for dot");
-    std::fwrite(text.data(), 1, text.size(), dot);
+    std::string picture;
+    std::array<char, 65536> piece;
+    while (const std::size_t bytes = std::fread(piece.data(), 1, piece.size(), dot)) {
+        picture.append(piece.data(), bytes);
+    }
+    std::fclose(file);
     if (pclose(dot) != 0) {
         throw Failure(Exit::internal,
                       "dot did not draw the picture: is Graphviz (Debian's package graphviz) "
                       "installed?");
     }
+    return picture;
 }
 
 Json json_of(const Walked& walked, bool only_walked) {
@@ -136,7 +148,7 @@ class Graph final : public Verb {
                 "its number and what it does; a solid edge is success, a dashed one failure. The "
                 "states that the walks of the given paths come by are filled, and the edges red.",
                 kExamples}) {
-        add_texts("PATH", paths_, "paths whose walks are shown, as the resolver joins them");
+        input_.declare(*this, "PATH", "paths whose walks are shown, as the resolver joins them");
         auto* const svg =
             app.add_flag("--svg", svg_, "write an SVG picture (needs Graphviz's dot)");
         svg->excludes(app.get_option("--json"));
@@ -147,17 +159,20 @@ class Graph final : public Verb {
     }
 
     Exit run(Output& out) override {
-        if (only_walked_ && paths_.empty()) {
+        if (only_walked_ && !input_.is_given()) {
             throw Failure(Exit::usage, "--only leaves nothing to draw without a PATH");
         }
         Walked walked;
-        for (const std::string& path : paths_) {
-            walked.add(walk_of(path.ends_with('/') ? path : path + "/", options_));
+        if (input_.is_given()) {
+            input_.for_each(out, [&](const Record& record) {
+                const std::string path(record.text);
+                walked.add(walk_of(path.ends_with('/') ? path : path + "/", options_));
+            });
         }
         if (out.json()) {
             out.record(json_of(walked, only_walked_));
         } else if (svg_) {
-            draw_svg(Drawing(walked, only_walked_).text());
+            out.write(svg_of(Drawing(walked, only_walked_).text()));
         } else {
             out.write(Drawing(walked, only_walked_).text());
         }
@@ -170,7 +185,7 @@ class Graph final : public Verb {
             name, [this, bit] { options_ |= bit; }, what);
     }
 
-    std::vector<std::string> paths_;
+    Input input_;
     bool svg_ = false;
     bool only_walked_ = false;
     std::uint32_t options_ = 0;

@@ -37,6 +37,9 @@ class Status final : public Verb {
 
     Exit run(Output& out) override {
         if (list_) {
+            if (input_.is_given()) {
+                throw Failure(Exit::usage, "--list shows all statuses, and takes no STATUS");
+            }
             for (const std::uint32_t code : known_statuses()) show(out, name_of_status(code), code);
             return Exit::ok;
         }

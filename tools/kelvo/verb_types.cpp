@@ -116,10 +116,10 @@ class Types final : public Verb {
         : Verb({"types", "message, value, node and server types by number and name",
                 "Shows the numbers that messages carry: message types with their tag and "
                 "description, value types with what becomes of their bytes on the wire, reserved "
-                "node values, and server types. All of them without arguments; else those of a "
-                "number or name. A value type that is not listed travels as it is.",
+                "node values, and server types. All of them when nothing is asked for; else those "
+                "of a number or name. A value type that is not listed travels as it is.",
                 kExamples}) {
-        add_texts("TYPE", wanted_, "numbers or names");
+        input_.declare(*this, "TYPE", "numbers or names");
         add_choice("--kind", kind_, {"message", "value", "node", "server"}, "only one kind");
         std::vector<std::string> names;
         for (const Type& type : all_types()) names.push_back(type.name);
@@ -127,19 +127,19 @@ class Types final : public Verb {
     }
 
     Exit run(Output& out) override {
-        if (wanted_.empty()) {
+        if (!input_.is_given()) {
             show_all(out, [](const Type&) { return true; });
             return Exit::ok;
         }
         Exit exit_code = Exit::ok;
-        for (std::size_t i = 0; i < wanted_.size(); ++i) {
-            const std::string& text = wanted_[i];
-            if (show_all(out, [&](const Type& type) { return is_named(type, text); })) continue;
+        input_.for_each(out, [&](const Record& record) {
+            const std::string text(record.text);
+            if (show_all(out, [&](const Type& type) { return is_named(type, text); })) return;
             exit_code = Exit::negative;
-            refuse(out, {text, "argument", i + 1},
+            refuse(out, record,
                    "'" + printable(text) + "' is no number or name of a type" +
                        (kind_.empty() ? "" : " of the kind " + kind_) + suggestion(text, names()));
-        }
+        });
         return exit_code;
     }
 
@@ -186,7 +186,7 @@ class Types final : public Verb {
         out.record(object);
     }
 
-    std::vector<std::string> wanted_;
+    Input input_;
     std::string kind_;
 };
 

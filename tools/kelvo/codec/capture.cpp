@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 #include "kelvo_common_msg.h"
 
@@ -36,46 +38,88 @@ int digit(char character) {
     return character <= '9' ? character - '0' : (character | 0x20) - 'a' + 10;
 }
 
-/// A line without its comment, its offset (before ':' or in hexdump's 8 digits) and its text.
-std::string_view digits_of(std::string_view line) {
-    line = line.substr(0, line.find('#'));
+/// The number that a text is in hexadecimal digits, if it is one.
+std::optional<std::uint32_t> offset_from(std::string_view text) {
+    std::uint32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, 16);
+    const bool is_number = error == std::errc() && end == text.data() + text.size();
+    return is_number ? std::optional(number) : std::nullopt;
+}
+
+std::string_view trimmed(std::string_view line) {
+    const std::size_t begin = std::min(line.find_first_not_of(" \t\r"), line.size());
+    return line.substr(begin, line.find_last_not_of(" \t\r") + 1 - begin);
+}
+
+/// A line of hexadecimal text: its offset (before ':' or in hexdump's 8 digits) and its digits,
+/// without the bytes as text.
+struct Row {
+    std::optional<std::uint32_t> offset;
+    std::string_view digits;
+};
+
+Row row_of(std::string_view line) {
     const std::size_t colon = line.find(':');
     const bool has_colon = colon != std::string_view::npos &&
                            std::all_of(line.begin(), line.begin() + static_cast<int>(colon),
                                        [](char c) { return digit(c) >= 0; });
     if (has_colon) {
+        const auto offset = offset_from(line.substr(0, colon));
         line.remove_prefix(colon + 1);
         while (!line.empty() && line[0] == ' ') line.remove_prefix(1);
-        return line.substr(0, line.find("  "));
+        return {offset, line.substr(0, line.find("  "))};
     }
     const bool has_bar = line.size() > 2 && line.find('|') != std::string_view::npos;
     if (has_bar) line = line.substr(0, line.find('|'));
     const bool has_offset = line.size() >= 8 && line.substr(0, 10).find(' ') == 8 &&
                             (has_bar || line.substr(8, 2) == "  ");
-    if (has_offset) line.remove_prefix(8);
-    return line;
+    if (!has_offset) return {std::nullopt, line};
+    return {offset_from(line.substr(0, 8)), line.substr(8)};
 }
 
 class HexReader {
   public:
-    /// @return false for a character that is none
+    /// @return false for a line that is no such text
     bool line(std::string_view line) {
         ++number_;
-        const bool is_empty = line.find_first_not_of(" \t\r") == std::string_view::npos;
-        if (is_empty) {
-            end();
-            return true;
-        }
-        std::string_view digits = digits_of(line);
+        if (trimmed(line).empty()) return end();
+        line = line.substr(0, line.find('#'));
+        const std::string_view text = trimmed(line);
+        if (text.empty()) return true;
+        if (text == "*" && row_end_) return repeats_ = true;
+        if (is_end_of_dump(text)) return repeat_until(*offset_from(text)) && end();
+        const Row row = row_of(line);
+        if (repeats_ && !repeat_until(row.offset)) return false;
+        const std::size_t before = bytes_.size();
+        if (!add(row.digits)) return false;
+        row_size_ = bytes_.size() - before;
+        row_end_ = row.offset;
+        if (row_end_) *row_end_ += row_size_;
+        return true;
+    }
+    /// The message is over.
+    bool end() {
+        if (repeats_) return repeat_until(std::nullopt);
+        row_end_.reset();
+        if (bytes_.empty()) return true;
+        const std::string place = "message " + std::to_string(messages.size() + 1);
+        messages.push_back({std::move(bytes_), nullptr, place});
+        bytes_.clear();
+        return true;
+    }
+    [[nodiscard]] const std::string& wrong() const { return wrong_; }
+
+    std::vector<Captured> messages;
+
+  private:
+    bool add(std::string_view digits) {
         if (digits.starts_with("0x")) digits.remove_prefix(2);
         int high = -1;
         for (const char character : digits) {
             if (character == ' ' || character == '\t' || character == '\r') continue;
             const int value = digit(character);
             if (value < 0) {
-                wrong_ = "line " + std::to_string(number_) + ": '" + character +
-                         "' is no hexadecimal digit";
-                return false;
+                return refuse(std::string("'") + character + "' is no hexadecimal digit");
             }
             if (high < 0) {
                 high = value;
@@ -84,26 +128,40 @@ class HexReader {
                 high = -1;
             }
         }
-        if (high >= 0) {
-            wrong_ = "line " + std::to_string(number_) + ": an odd number of hexadecimal digits";
-            return false;
+        return high < 0 || refuse("an odd number of hexadecimal digits");
+    }
+
+    /// hexdump ends with the offset behind the last byte, alone in its line.
+    [[nodiscard]] bool is_end_of_dump(std::string_view text) const {
+        const auto offset = offset_from(text);
+        if (!row_end_ || !offset || text.size() != 8) return false;
+        return *offset == *row_end_ || (repeats_ && *offset > *row_end_);
+    }
+
+    /// A '*' stands for rows like the one before it, up to the next offset.
+    bool repeat_until(std::optional<std::uint32_t> offset) {
+        repeats_ = false;
+        if (!offset || *offset < *row_end_ || row_size_ == 0) {
+            return refuse(
+                "an offset behind the rows before '*' is due, to tell how many it is for");
+        }
+        for (std::uint64_t left = *offset - *row_end_; left > 0; --left) {
+            bytes_.push_back(bytes_[bytes_.size() - row_size_]);
         }
         return true;
     }
-    void end() {
-        if (bytes_.empty()) return;
-        const std::string place = "message " + std::to_string(messages.size() + 1);
-        messages.push_back({std::move(bytes_), nullptr, place});
-        bytes_.clear();
+
+    bool refuse(const std::string& why) {
+        wrong_ = "line " + std::to_string(number_) + ": " + why;
+        return false;
     }
-    [[nodiscard]] const std::string& wrong() const { return wrong_; }
 
-    std::vector<Captured> messages;
-
-  private:
     std::vector<std::uint8_t> bytes_;
     std::string wrong_;
     std::size_t number_ = 0;
+    std::size_t row_size_ = 0;              ///< bytes of the row before
+    std::optional<std::uint64_t> row_end_;  ///< the offset behind it, when it began with one
+    bool repeats_ = false;                  ///< behind a '*'
 };
 
 /// Hexadecimal text; what is wrong with it when it is none.
@@ -117,7 +175,10 @@ std::vector<Captured> read_hex(std::string_view text, std::string* wrong) {
         }
         text.remove_prefix(std::min(end + 1, text.size()));
     }
-    reader.end();
+    if (!reader.end()) {
+        *wrong = reader.wrong();
+        return {};
+    }
     return std::move(reader.messages);
 }
 
