@@ -8,12 +8,14 @@ import html
 import json
 import pathlib
 import sys
+import textwrap
 
 ROW = 8          # bytes in a row of a map
 BYTE = 58        # width of a byte in the drawing
 HEIGHT = 30      # height of a row
 MARGIN = 64      # room for the offsets on the left
 INDENT = 18      # how far entries stand inside what repeats them
+LETTER = 7.25    # width of a letter
 
 COLOURS = {"word": "#dbe9f6", "ignored": "#eef0f2", "cell": "#fbe8c8", "text": "#dff0dc", "value": "#e9def2",
            "fill": "#f6f6f6"}
@@ -53,7 +55,7 @@ class Drawing:
         style = ' stroke-dasharray="4 3"' if dashed else ""
         self.parts.append(f'<rect x="{x:g}" y="{self.y}" width="{w:g}" height="{HEIGHT}" '
                           f'fill="{COLOURS[colour]}" stroke="#44546a"{style}/>')
-        room = int(w / 7.2)
+        room = int(w / LETTER)
         if len(label) > room:
             label = label[:max(room - 1, 1)] + "…"
         self.parts.append(f'<text x="{x + w / 2:g}" y="{self.y + 19}" text-anchor="middle">'
@@ -106,10 +108,13 @@ class Drawing:
     def repeat(self, title, draw_inside):
         self.align()
         self.y += 6
-        top, offset = self.y, self.offset
-        self.parts.append(f'<text x="{MARGIN + self.depth * INDENT}" y="{self.y + 13}" class="times">'
-                          f'{html.escape(title)}</text>')
-        self.y += 20
+        offset = self.offset
+        for line in textwrap.wrap(title, int(ROW * self.byte() / LETTER)):
+            self.parts.append(f'<text x="{MARGIN + self.depth * INDENT}" y="{self.y + 13}" class="times">'
+                              f'{html.escape(line)}</text>')
+            self.y += 16
+        self.y += 4
+        top = self.y
         self.depth += 1
         self.offset = 0
         draw_inside()
@@ -117,7 +122,7 @@ class Drawing:
         self.depth -= 1
         self.offset = None
         x = MARGIN + self.depth * INDENT + 6
-        self.parts.append(f'<path d="M{x} {top + 20}V{self.y}" stroke="#c55a11" stroke-width="3" fill="none"/>')
+        self.parts.append(f'<path d="M{x} {top}V{self.y}" stroke="#c55a11" stroke-width="3" fill="none"/>')
         self.y += 6
         return offset
 
