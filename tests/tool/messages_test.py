@@ -132,6 +132,9 @@ class Forms(kelvo.ToolTest):
             self.expect(wrong, code=3, err=(
                 f"kelvo decode: standard input: line {line}: an offset behind the rows before '*' is "
                 "due, to tell how many it is for\n"))
+        self.expect(self.run_tool("decode", stdin="00000000  00  |.|\n*\nffffffff\n"), code=3, err=(
+            "kelvo decode: standard input: line 3: '*' would stand for 4294967294 bytes; at most "
+            "67108864 can be left out\n"))
         self.expect(self.run_tool("decode", stdin="00000000: \n*\n00000010: 00"), code=3, err=(
             "kelvo decode: standard input: line 3: an offset behind the rows before '*' is due, to "
             "tell how many it is for\n"))

@@ -20,6 +20,8 @@ constexpr int kUpperPdu = 252;
 constexpr int kUser0 = 147;
 /// The longest packet that programs take.
 constexpr int kMostBytes = 262144;
+/// The most that one '*' of a dump may stand for, so that a few digits cannot take all memory.
+constexpr std::uint64_t kMostRepeated = 64 << 20;
 
 // Tags of WIRESHARK_UPPER_PDU: number and length, both big-endian 16 bits, then the value.
 constexpr std::uint32_t kTagEnd = 0;
@@ -145,7 +147,12 @@ class HexReader {
             return refuse(
                 "an offset behind the rows before '*' is due, to tell how many it is for");
         }
-        for (std::uint64_t left = *offset - *row_end_; left > 0; --left) {
+        const std::uint64_t repeated = *offset - *row_end_;
+        if (repeated > kMostRepeated) {
+            return refuse("'*' would stand for " + std::to_string(repeated) + " bytes; at most " +
+                          std::to_string(kMostRepeated) + " can be left out");
+        }
+        for (std::uint64_t left = repeated; left > 0; --left) {
             bytes_.push_back(bytes_[bytes_.size() - row_size_]);
         }
         return true;
