@@ -131,10 +131,10 @@ def main():
             figures[kind] = measured
         else:
             figures[kind][name] = measured
+        ordered = {kind: [figures[kind][part["name"]] for part in there[kind] if part["name"] in figures[kind]]
+                   for kind in ("rows", "growths")}
+        result.write_text(json.dumps({**figures, **ordered}, indent=1) + "\n")
     progress("")
-    for kind in "rows", "growths":
-        figures[kind] = [figures[kind][part["name"]] for part in there[kind] if part["name"] in figures[kind]]
-    result.write_text(json.dumps(figures, indent=1) + "\n")
 
 
 main()

@@ -22,6 +22,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -91,11 +92,12 @@ void time_work(benchmark::State& state) {
     time(state, *work);
 }
 
-/// Of a growth. Where a run is about all of the pieces, and not about one among so many, its time
-/// is divided by them.
+/// Of a growth. What takes a while to make is made once for each size.
 template <class Work>
 void time_growth(benchmark::State& state) {
-    const auto work = std::make_unique<Work>(static_cast<std::size_t>(state.range(0)));
+    static std::map<std::int64_t, std::unique_ptr<Work>> works;
+    std::unique_ptr<Work>& work = works[state.range(0)];
+    if (!work) work = std::make_unique<Work>(static_cast<std::size_t>(state.range(0)));
     time(state, *work);
 }
 
