@@ -15,12 +15,13 @@ using namespace kelvo::nr;
 
 namespace {
 
-/// The shared server for the paths that start like this.
+/// The shared server for the paths that start like this. Texts, not pointers to them: these would
+/// have to be relocated in every process.
 struct SharedServer {
-    const char* start;
+    char start[24];
     kelvo_node_type node_type;
     kelvo_server_type server_type;
-    const char* name;
+    char name[16];
 };
 
 /// The first that fits is the one.
