@@ -4,7 +4,7 @@
 // many of them cost.
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 
 #include "platform/failing_memory.h"
 #include "support/registration_readers.h"
@@ -194,11 +194,11 @@ TEST(PairsOfAMessage, AMillionTakeTheTimeOfTheirBytes) {
     const uint32_t million = 1000000;
     Pairs pairs;
     for (uint32_t i = 0; i < million; ++i) pairs.emplace_back(i < million / 2 ? 5 : i, i);
-    const auto start = std::chrono::steady_clock::now();
+    const std::clock_t start = std::clock();
     EXPECT_EQ(read(read_vs_reg, vs_reg(Order::host, "a", pairs)).list.size(), million);
     pairs.emplace_back(5, kAny);
     EXPECT_EQ(read(read_vs_unreg, startup_unreg(1, pairs)).status, kDuplicate);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_LT(std::clock() - start, 20 * CLOCKS_PER_SEC);  // of the processor, which may be shared
 }
 
 TEST(PairsOfAMessage, BillionsTakeTheTimeOfTheBytes) {
