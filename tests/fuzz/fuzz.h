@@ -15,14 +15,9 @@
 #include <cstring>
 #include <string_view>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define KELVO_FUZZ_WATCHED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KELVO_FUZZ_WATCHED 1
-#endif
-#endif
-#ifdef KELVO_FUZZ_WATCHED
+#include "support/sanitizers.h"
+
+#if KELVO_SANITIZES_ADDRESS
 #include <sanitizer/asan_interface.h>
 #include <sanitizer/lsan_interface.h>
 #else

@@ -8,9 +8,10 @@
 #include <utility>
 
 #include "platform/failed_sites.h"
+#include "support/sanitizers.h"
 
 // The allocator underneath: the C library's, or a sanitizer's.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if KELVO_SANITIZES_ADDRESS || KELVO_SANITIZES_THREADS
 #define KELVO_UNDERLYING(name) __interceptor_##name
 #else
 #define KELVO_UNDERLYING(name) __libc_##name

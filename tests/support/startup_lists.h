@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "kelvo_common_startup_list.h"
+#include "support/sanitizers.h"
 
-#if defined(__SANITIZE_ADDRESS__)
+#if KELVO_SANITIZES_ADDRESS
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -40,12 +41,12 @@ inline bool matches(const Pair& entry, std::uint32_t job, std::uint32_t node) {
 class LeaksAreMeant {
   public:
     LeaksAreMeant() {
-#if defined(__SANITIZE_ADDRESS__)
+#if KELVO_SANITIZES_ADDRESS
         __lsan_disable();
 #endif
     }
     ~LeaksAreMeant() {
-#if defined(__SANITIZE_ADDRESS__)
+#if KELVO_SANITIZES_ADDRESS
         __lsan_enable();
 #endif
     }

@@ -11,11 +11,8 @@
 #include "kelvo_cfg_group.h"
 #include "platform/failing_memory.h"
 #include "platform/scripted_platform.h"
+#include "support/startup_lists.h"
 #include "support/wire_bytes.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-#endif
 
 namespace {
 
@@ -440,24 +437,14 @@ TEST_F(GroupNames, ATupleThatCannotBeUnpackedKeepsNothing) {
     EXPECT_EQ(names(), (Names{"G0"}));
 }
 
-/// Runs a call whose blocks are lost on purpose.
-template <class Call>
-void with_meant_leaks(Call call) {
-#if defined(__SANITIZE_ADDRESS__)
-    const __lsan::ScopedDisabler disabler;
-#endif
-    call();
-}
-
 TEST_F(GroupNames, WithoutMemoryTheBuffersMadeBeforeAreNotReleased) {
     set({"G0"});
     const PackedTuple tuple = {"G1"};
     for (std::size_t failing = 0; failing < 8; ++failing) {
-        with_meant_leaks([&] {
-            const FailingMemory fail(failing);
-            EXPECT_EQ(kelvo_apply_grp_tuple_unpack(&tuple, list, &count), KELVO_ERR_NO_MEMORY);
-            EXPECT_EQ(FailingMemory::outstanding(), static_cast<long>(failing));
-        });
+        const kelvo::test::LeaksAreMeant leaks;
+        const FailingMemory fail(failing);
+        EXPECT_EQ(kelvo_apply_grp_tuple_unpack(&tuple, list, &count), KELVO_ERR_NO_MEMORY);
+        EXPECT_EQ(FailingMemory::outstanding(), static_cast<long>(failing));
         EXPECT_EQ(names(), (Names{"G0"}));
     }
     EXPECT_TRUE(platform().calls.empty());

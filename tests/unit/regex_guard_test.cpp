@@ -17,6 +17,7 @@
 #include "platform/failing_memory.h"
 #include "platform/scripted_platform.h"
 #include "support/random.h"
+#include "support/sanitizers.h"
 
 namespace {
 
@@ -24,14 +25,7 @@ using kelvo::test::FailingMemory;
 using kelvo::test::platform;
 using kelvo::test::Random;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KELVO_IS_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KELVO_IS_SANITIZED 1
-#endif
-#endif
-#ifdef KELVO_IS_SANITIZED
+#if KELVO_SANITIZES_ADDRESS || KELVO_SANITIZES_THREADS
 // The sanitizers' own share of a thread's stack and time comes on top.
 constexpr std::size_t kSmallStack = 512 * 1024;
 constexpr double kMostMilliseconds = 100;
