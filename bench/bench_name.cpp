@@ -23,7 +23,7 @@ struct Name {
 
 /// Names of interfaces, groups, files and rules.
 const Name kNames[] = {
-    {"GigabitEthernet0/0/0/1.100", "GigabitEthernet0%2f0%2f0%2f1%2e100"},
+    {"downstream_port0/0/0/1.100", "downstream_port0%2f0%2f0%2f1%2e100"},
     {"Bundle-Ether12", "Bundle-Ether12"},
     {"customer (north) 7", "customer %28north%29 7"},
     {"policy<gold>", "policy%3cgold%3e"},

@@ -21,8 +21,8 @@ struct Pair {
 
 /// Neighbours in a listing: another number at the same place, the same name, a branch further down.
 constexpr Pair kPairs[] = {
-    {"oper/ethernet/node/0_1_CPU0/driver/stats/", "oper/ethernet/node/0_2_CPU0/driver/stats/", -1},
-    {"cfg/if/act/GigabitEthernet0_0_0_9/mtu", "cfg/if/act/GigabitEthernet0_0_0_10/mtu", -1},
+    {"oper/ethernet/node/0_1_main/driver/stats/", "oper/ethernet/node/0_2_main/driver/stats/", -1},
+    {"cfg/if/act/downstream_port0_0_0_9/mtu", "cfg/if/act/downstream_port0_0_0_10/mtu", -1},
     {"cfg/gl/bgp/100/neighbor/10.0.0.1/timers", "cfg/gl/bgp/100/neighbor/10.0.0.1/timers", 0},
     {"oper/ip-static/gl/vrf/red/summary/", "oper/ip-static/gl/vrf/blue/summary/", -1},
     {"oper/ospf/gl/process/1/area/0/", "oper/ospf/gl/process/1/area/0/interface", -1},

@@ -37,8 +37,8 @@ constexpr Case kPlain[] = {
      "cfg/if/act/Gig*/mtu", "", "", false},
     {"oper/ospf/gl/process/1/area/", "oper/.*/gl/process/.*/area/",
      "^oper/[^/\\n]*/gl/process/[^/\\n]*/area/$", "oper/*/gl/process/*/area/", "", "", true},
-    {"oper/ethernet/node/0_1_CPU0/stats", "oper/ethernet/node/.*_CPU0/stats",
-     "^oper/ethernet/node/[^/\\n]*_CPU0/stats$", "oper/ethernet/node/*_CPU0/stats", "", "", true},
+    {"oper/ethernet/node/0_1_main/stats", "oper/ethernet/node/.*_main/stats",
+     "^oper/ethernet/node/[^/\\n]*_main/stats$", "oper/ethernet/node/*_main/stats", "", "", true},
     {"data/gl/ntp/server/10_0_0_7/", "data/gl/ntp/.*/10_.*/", "^data/gl/ntp/[^/\\n]*/10_[^/\\n]*/$",
      "data/gl/ntp/*/10_*/", "", "", true},
 };

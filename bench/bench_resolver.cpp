@@ -24,16 +24,16 @@ namespace {
 /// Paths of every kind of owner, as clients ask for them, with the "/" that ends a walk.
 constexpr std::string_view kPaths[] = {
     "cfg/gl/bgp/100/neighbor/10.0.0.1/timers/",
-    "cfg/if/act/GigabitEthernet0_0_0_1/mtu/",
+    "cfg/if/act/downstream_port0_0_0_1/mtu/",
     "oper/ip-static/gl/vrf/default/summary/",
-    "oper/ethernet/node/0_1_CPU0/driver/stats/",
-    "data/node/act/0_1_CPU0/clock/",
+    "oper/ethernet/node/0_1_main/driver/stats/",
+    "data/node/act/0_1_main/clock/",
     "oper/kelvo/gl/sc/clients/",
-    "oper/ospf/area/if/GigabitEthernet0_0_0_1/hello/",
+    "oper/ospf/area/if/downstream_port0_0_0_1/hello/",
     "ipc/gl/kelvo/notify/",
-    "debug/node/0_1_CPU0/kelvo/common/",
+    "debug/node/0_1_main/kelvo/common/",
     "admin/oper/inventory/rack/0/slot/3/",
-    "cfg/if/pre/GigabitEthernet0_0_0_7/shutdown/",
+    "cfg/if/pre/downstream_port0_0_0_7/shutdown/",
     "action/clear/gl/counters/",
 };
 constexpr std::size_t kCount = std::size(kPaths);

@@ -29,7 +29,7 @@ inline std::vector<std::uint32_t> shuffled_numbers(std::size_t count) {
 inline std::vector<std::string> shuffled_names(std::size_t count) {
     std::vector<std::string> names;
     for (const std::uint32_t number : shuffled_numbers(count)) {
-        names.push_back("GigabitEthernet0_" + std::to_string(number % 16) + "_" +
+        names.push_back("downstream_port0_" + std::to_string(number % 16) + "_" +
                         std::to_string(number));
     }
     return names;

@@ -17,7 +17,7 @@
 namespace kelvo::test {
 namespace {
 
-char path[] = "cfg/if/act/GigabitEthernet0_0_0_1/address/mask";
+char path[] = "cfg/if/act/downstream_port0_0_0_1/address/mask";
 std::uint64_t value = 0x0102030405060708;
 
 /// A sender's own: header area, cells and list.
