@@ -91,6 +91,7 @@ def measure_startup(build):
     dynamic = subprocess.run(["readelf", "--dynamic", "--wide", library], check=True, capture_output=True, text=True).stdout
     loaded = json.loads(subprocess.run([build / "bench/kelvo_loaded"], check=True, capture_output=True, text=True).stdout)
     return {"relocations": len(kinds), "relative_relocations": sum(kind.endswith("RELATIVE") for kind in kinds),
+            "called_functions": sum(kind.endswith("JUMP_SLOT") for kind in kinds),
             "indirect_functions": sum("IRELATIV" in kind for kind in kinds),
             "constructors": len(re.findall(r"\((?:INIT|INIT_ARRAY)\)", dynamic)),
             "loaded_bytes": sum(size for name, size in sizes.items() if not name.startswith((".debug", ".comment", ".stapsdt", ".note.stapsdt"))),

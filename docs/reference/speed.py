@@ -69,7 +69,8 @@ def memory_table(memory):
 
 def startup_table(startup):
     texts = (("loaded_bytes", "bytes of the shared object that are loaded"), ("code_bytes", "of them code"),
-             ("relocations", "relocations"), ("relative_relocations", "of them relative: no symbol is looked up"),
+             ("relocations", "relocations"), ("called_functions", "of them functions that the library calls: of the C library, the platform, the engine of regular expressions"),
+             ("relative_relocations", "of them relative: no symbol is looked up"),
              ("indirect_functions", "functions chosen when it is loaded"), ("constructors", "constructors"),
              ("private_dirty_bytes", "bytes of it that each process has for itself, once loaded"))
     return table(("What", "How much"), [(text, f"{startup[key]:,}") for key, text in texts])

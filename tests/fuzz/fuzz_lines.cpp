@@ -170,7 +170,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static Block<kMostText> blocks[2];
     if (size >= kMostText) return -1;
     Input in(data, size);
-    const std::string_view kinds = in.until('\n').substr(0, 32);
+    const std::string_view kinds = in.until('\n').substr(0, 25);
     char* const first = blocks[0].hold_text(in.until('\n'));
     char* const second = blocks[1].hold_text(in.bytes(kMostText));
     log.check_line(first, second);
