@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform/failing_memory.h"
 
+#include <malloc.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -51,6 +55,69 @@ KELVO_UNWATCHED void* counted(void* block) {
     return block;
 }
 
+#if KELVO_SANITIZES_ADDRESS || KELVO_SANITIZES_THREADS
+
+// A sanitizer watches the bytes behind a block, and those that nobody has written, by itself.
+constexpr std::size_t kBehind = 0;
+KELVO_UNWATCHED void* guarded(void* block, std::size_t) {
+    return block;
+}
+KELVO_UNWATCHED void fill(void*, std::size_t) {}
+KELVO_UNWATCHED void check(void*) {}
+
+#else
+
+// Behind a block stand bytes that nobody may write, and at the end of all that the allocator gave,
+// how long the block is. That one is known by its address; a block that came another way, from
+// aligned_alloc() say, has none.
+constexpr std::size_t kGuardBytes = 8;
+struct Trailer {
+    std::size_t size;
+    std::uintptr_t mark;
+};
+constexpr std::size_t kBehind = kGuardBytes + sizeof(Trailer);
+constexpr unsigned char kGuard[kGuardBytes] = {0xE1, 0x3C, 0xB7, 0x92, 0x4D, 0xF8, 0x65, 0xAB};
+constexpr std::uintptr_t kMark = 0x9E3779B97F4A7C15;
+
+unsigned char* trailer_of(void* block) {
+    return static_cast<unsigned char*>(block) + malloc_usable_size(block) - sizeof(Trailer);
+}
+
+void* guarded(void* block, std::size_t size) {
+    if (block == nullptr) return nullptr;
+    std::memcpy(static_cast<unsigned char*>(block) + size, kGuard, kGuardBytes);
+    const Trailer trailer = {size, reinterpret_cast<std::uintptr_t>(block) ^ kMark};
+    std::memcpy(trailer_of(block), &trailer, sizeof trailer);
+    return block;
+}
+
+/// What nobody has written is never what a test expects.
+void fill(void* block, std::size_t size) {
+    constexpr std::size_t kMost = 64 * 1024;
+    if (block != nullptr) std::memset(block, 0xD9, std::min(size, kMost));
+}
+
+/// Ends the process when a block was overrun. Its trailer goes with it.
+void check(void* block) {
+    if (block == nullptr || malloc_usable_size(block) < kBehind) return;
+    Trailer trailer;
+    std::memcpy(&trailer, trailer_of(block), sizeof trailer);
+    if (trailer.mark != (reinterpret_cast<std::uintptr_t>(block) ^ kMark)) return;
+    std::memset(trailer_of(block), 0, sizeof trailer);
+    const auto* const behind = static_cast<unsigned char*>(block) + trailer.size;
+    if (std::memcmp(behind, kGuard, kGuardBytes) == 0) return;
+    constexpr char kReport[] = "a block of memory was written behind its end\n";
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, kReport, sizeof kReport - 1);
+    std::abort();
+}
+
+#endif
+
+/// Room for a block and what is behind it; none can be as large as that if it wraps.
+KELVO_UNWATCHED std::size_t with_guard(std::size_t size) {
+    return size + kBehind < size ? size : size + kBehind;
+}
+
 }  // namespace
 
 namespace kelvo::test {
@@ -93,24 +160,28 @@ std::vector<FailingMemory::Request> FailingMemory::requests() {
 extern "C" {
 
 KELVO_UNWATCHED void* malloc(std::size_t size) noexcept {
-    return refuse(size, __builtin_return_address(0)) ? nullptr
-                                                     : counted(KELVO_UNDERLYING(malloc)(size));
+    if (refuse(size, __builtin_return_address(0))) return nullptr;
+    void* const block = guarded(KELVO_UNDERLYING(malloc)(with_guard(size)), size);
+    fill(block, size);
+    return counted(block);
 }
 
 KELVO_UNWATCHED void* calloc(std::size_t count, std::size_t size) noexcept {
-    return refuse(count * size, __builtin_return_address(0))
-               ? nullptr
-               : counted(KELVO_UNDERLYING(calloc)(count, size));
+    if (refuse(count * size, __builtin_return_address(0))) return nullptr;
+    if (size != 0 && count > (SIZE_MAX - kBehind) / size) return nullptr;
+    return counted(guarded(KELVO_UNDERLYING(calloc)(1, count * size + kBehind), count * size));
 }
 
 KELVO_UNWATCHED void* realloc(void* block, std::size_t size) noexcept {
     if (refuse(size, __builtin_return_address(0))) return nullptr;
-    void* const moved = KELVO_UNDERLYING(realloc)(block, size);
+    check(block);
+    void* const moved = guarded(KELVO_UNDERLYING(realloc)(block, with_guard(size)), size);
     return block == nullptr ? counted(moved) : moved;
 }
 
 KELVO_UNWATCHED void free(void* block) noexcept {
     if (state.armed && block != nullptr) --state.outstanding;
+    check(block);
     KELVO_UNDERLYING(free)(block);
 }
 
@@ -118,7 +189,7 @@ KELVO_UNWATCHED void free(void* block) noexcept {
 KELVO_UNWATCHED char* strdup(const char* text) noexcept {
     const std::size_t size = std::strlen(text) + 1;
     if (refuse(size, __builtin_return_address(0))) return nullptr;
-    void* const copy = counted(KELVO_UNDERLYING(malloc)(size));
+    void* const copy = counted(guarded(KELVO_UNDERLYING(malloc)(with_guard(size)), size));
     return copy == nullptr ? nullptr : static_cast<char*>(std::memcpy(copy, text, size));
 }
 // The name that libraries built against an old C library call.

@@ -2,7 +2,8 @@
 //
 // An allocator that fails when it is told to. Linking this object into a test program defines
 // malloc(), calloc(), realloc(), strdup() and free() there, for the library too. Only calls of the
-// thread that armed it count.
+// thread that armed it count. Armed or not, new memory is full of what nobody expects, and a block
+// that was written behind its end stops the program when it is released.
 #pragma once
 
 #include <cstddef>
