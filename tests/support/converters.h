@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <initializer_list>
+#include <numeric>
 
 #include "models/models.h"
 #include "support/operations.h"
@@ -22,7 +23,10 @@ inline Outcome outcome_as_modelled(kelvo_msg_operation operation, const Bytes& m
                                    std::uint32_t length) {
     const model::Model& model = model::model_of(operation);
     Bytes buffer(message);
-    buffer.resize(std::max<std::size_t>({message.size(), length, model.reach.least}) + 64, 0xEE);
+    buffer.resize(std::max<std::size_t>({message.size(), length, model.reach.least}) + 64);
+    // No two that follow one another are alike, so that what is reversed there looks different.
+    std::iota(buffer.begin() + static_cast<std::ptrdiff_t>(message.size()), buffer.end(),
+              std::uint8_t{0xB0});
     model::Message steps(buffer.data(), buffer.size(), length);
     model::Expected expected;
     expected.outcome.status = model.steps(steps, expected);

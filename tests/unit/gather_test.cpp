@@ -95,9 +95,10 @@ TEST_F(Gathering, ThreeVariantsFlattenAlike) {
 TEST_F(Gathering, APieceOfAnyLengthIsCopiedAndNothingAroundIt) {
     Fenced fenced;
     for (size_t length = 0; length <= 140; ++length) {
-        Bytes piece(length);
-        std::iota(piece.begin(), piece.end(), uint8_t{1});
         for (const bool last : {false, true}) {
+            // Of other bytes each time, since released memory may still hold the ones before.
+            Bytes piece(length);
+            std::iota(piece.begin(), piece.end(), static_cast<uint8_t>(2 * length + last));
             const uint8_t* const source =
                 last ? fenced.place(piece) : fenced.place_first(piece.data(), length);
             const kelvo_slot list[] = {{"abc", 3}, {source, length}, {"defgh", 5}};

@@ -32,6 +32,7 @@ struct Out {
     char* second = nullptr;
     uint32_t word1 = 0;
     std::array<uint32_t, 5> block{};
+    uint32_t behind = 0;
     uint32_t word4 = 0;
 
     kelvo_status read(const Kind& kind, Bytes& msg) {
@@ -101,6 +102,7 @@ TEST_P(ListRequest, WhatIsComposedIsReadAndWordThreeIsNotHandedOut) {
     EXPECT_EQ(out.word1, 0xA1U);
     EXPECT_EQ(out.block, (std::array<uint32_t, 5>{halves(kValue1)[0], halves(kValue1)[1],
                                                   halves(kValue2)[0], halves(kValue2)[1], 0xA2}));
+    EXPECT_EQ(out.behind, 0U) << "the block has five words";
     EXPECT_EQ(out.word4, 0xA4U);
     EXPECT_EQ(word_at(bytes, 64), 0xA3U) << "carried and converted nevertheless";
 }
