@@ -28,7 +28,6 @@ constexpr u32 kHugeMessageBytes = 50U * 1024 * 1024;
     show_system_mem_status();
     KELVO_ASSERT_AT(false, "0", "common/src/kelvo_common_msg_compose", __LINE__,
                     "kelvo_common_msg_iovs_to_buffer_v2");
-    return KELVO_ERR_NO_MEMORY;
 }
 
 void copy_slots(const kelvo_slot* list, i32 count, u8* at) {

@@ -278,10 +278,9 @@ kelvo_status resolve_shared(Lookup& lookup) {
     return is_out_of_reach(lookup, "shared") ? KELVO_ERR_NO_OWNER : lookup.answer_shared();
 }
 
-[[gnu::cold]] kelvo_status refuse_result(u32 result) {
+[[noreturn, gnu::cold]] void refuse_result(u32 result) {
     report_internal("Bad DFA return value", result);
     KELVO_ASSERT(false, "0", kUnit);
-    return KELVO_ERR_NO_OWNER;
 }
 
 kelvo_status resolve_verdict(Lookup& lookup) {
@@ -307,7 +306,7 @@ kelvo_status resolve_verdict(Lookup& lookup) {
         case KELVO_NR_DFA_AMBIGUOUS:
             return resolve_ambiguous(lookup);
         default:
-            return refuse_result(lookup.verdict.result);
+            refuse_result(lookup.verdict.result);
     }
 }
 

@@ -93,7 +93,7 @@ class Walk {
     bool looked_ = false;
 };
 
-[[gnu::cold]] void refuse_state(u32 number) {
+[[noreturn, gnu::cold]] void refuse_state(u32 number) {
     qor_errmsg(&qor_msg_rec_kelvoutils_unexpected_value, 7, "DFA state", number);
     KELVO_ASSERT(false, "0", kUnit);
 }
@@ -135,7 +135,6 @@ bool step(Walk& walk, u32 number, u32* next) {
             return !walk.decides_wildcard();
         default:
             refuse_state(number);
-            return false;
     }
 }
 

@@ -369,7 +369,6 @@ bool Guard::bracket_class() {
             if (!named_class()) return false;
         } else if (extended_) {
             deepest = std::max(deepest, ++open);
-            if (!fits(deepest)) return false;
             begin();
         }
     }
