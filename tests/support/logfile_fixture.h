@@ -13,11 +13,13 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -36,6 +38,10 @@ namespace kelvo::test {
 struct LogfileCalls {
     timeval now{};
     bool clock_fails = false;
+    bool newline_fails = false;    ///< fputc() writes nothing
+    bool format_fails = false;     ///< vsnprintf() writes nothing
+    bool has_thread_clock = true;  ///< whether a thread's clock, which tells its id, can be had
+    pid_t thread_id = 0;           ///< what gettid() answers instead of the thread's id
     thread_local static inline constinit bool unlock_fails = false;  ///< the next one, once
     thread_local static inline constinit bool held_in_flush = false;
 };
@@ -135,6 +141,42 @@ int gettimeofday(timeval* now, void* /*zone*/) noexcept {
     if (kelvo::test::logfile_calls.clock_fails) return -1;
     *now = kelvo::test::logfile_calls.now;
     return 0;
+}
+
+__attribute__((no_sanitize("thread"))) int fputc(int character, std::FILE* file) {
+    if (kelvo::test::logfile_calls.newline_fails) return EOF;
+    static auto* const put = reinterpret_cast<int (*)(int, std::FILE*)>(dlsym(RTLD_NEXT, "fputc"));
+    return put(character, file);
+}
+
+__attribute__((no_sanitize("thread"))) int vsnprintf(char* text, std::size_t size,
+                                                     const char* format,
+                                                     va_list arguments) noexcept {
+    if (kelvo::test::logfile_calls.format_fails) return -1;
+    static auto* const print = reinterpret_cast<int (*)(char*, std::size_t, const char*, va_list)>(
+        dlsym(RTLD_NEXT, "vsnprintf"));
+    return print(text, size, format, arguments);
+}
+
+/// What vsnprintf() is in a library that is compiled with _FORTIFY_SOURCE.
+__attribute__((no_sanitize("thread"))) int __vsnprintf_chk(char* text, std::size_t size,
+                                                           int /*flag*/, std::size_t /*room*/,
+                                                           const char* format,
+                                                           va_list arguments) noexcept {
+    return vsnprintf(text, size, format, arguments);
+}
+
+__attribute__((no_sanitize("thread"))) int pthread_getcpuclockid(pthread_t thread,
+                                                                 clockid_t* clock) noexcept {
+    if (!kelvo::test::logfile_calls.has_thread_clock) return EPERM;
+    static auto* const get =
+        reinterpret_cast<int (*)(pthread_t, clockid_t*)>(dlsym(RTLD_NEXT, "pthread_getcpuclockid"));
+    return get(thread, clock);
+}
+
+__attribute__((no_sanitize("thread"))) pid_t gettid() noexcept {
+    const pid_t scripted = kelvo::test::logfile_calls.thread_id;
+    return scripted != 0 ? scripted : static_cast<pid_t>(syscall(SYS_gettid));
 }
 
 int fflush(std::FILE* file) {

@@ -158,6 +158,35 @@ TEST(CursorValue, MayBeEmptyAndNeedsRoomForItsFill) {
     });
 }
 
+TEST(CursorValue, IsConvertedOnceThereIsRoomOrAfterItsTests) {
+    for_each_block([](Bytes block, uint32_t n) {
+        put_partly(block, reversed(n));
+        const Bytes before = block;
+        FromNetwork order;
+        Cursor in(order, block.data(), block.size());
+        uint8_t* value = nullptr;
+        uint32_t length = 0;
+        const kelvo_status status = in.value(&value, &length);
+        Bytes after = before;
+        if (before.size() >= 8) reverse_at(after, 0);
+        ASSERT_EQ(status, expected_value(after, n));
+        ASSERT_EQ(block, after);
+    });
+    for_each_block([](Bytes block, uint32_t n) {
+        put_partly(block, n);
+        const Bytes before = block;
+        ToNetwork order;
+        Cursor in(order, block.data(), block.size());
+        uint8_t* value = nullptr;
+        uint32_t length = 0;
+        const kelvo_status status = in.value(&value, &length);
+        Bytes after = before;
+        if (status == 0) reverse_at(after, 0);
+        ASSERT_EQ(status, expected_value(before, n));
+        ASSERT_EQ(block, after);
+    });
+}
+
 TEST(CursorCell, NeedsEightBytes) {
     for (std::size_t size = 0; size < 20; ++size) {
         Bytes block(20);

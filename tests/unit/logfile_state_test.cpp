@@ -89,6 +89,15 @@ TEST_F(LogfileState, ALineThatDoesNotReachTheFileIsNotCounted) {
     });
 }
 
+TEST_F(LogfileState, ALineWhoseEndDoesNotReachTheFileIsNotCounted) {
+    in_fresh_process([this] {
+        open();
+        logfile_calls.newline_fails = true;
+        kelvo_logfile("nr", "x");
+        EXPECT_EQ(log_file.written, 0);
+    });
+}
+
 TEST_F(LogfileState, TheLockChecksForErrors) {
     in_fresh_process([this] {
         open();

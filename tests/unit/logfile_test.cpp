@@ -63,6 +63,16 @@ TEST_F(Logfile, EveryThreadWritesUnderItsOwnId) {
     });
 }
 
+TEST_F(Logfile, AThreadWithoutAClockIsKnownByItsIdAllTheSame) {
+    in_fresh_process([this] {
+        open();
+        logfile_calls.has_thread_clock = false;
+        logfile_calls.thread_id = 7;
+        kelvo_logfile("t", "x");
+        EXPECT_EQ(content(), "03/07 14:05:09.042 211:7 t:x\n");
+    });
+}
+
 TEST_F(Logfile, NothingIsWrittenBeforeTheFileIsOpen) {
     in_fresh_process([this] {
         kelvo_logfile("nr", "lost");
@@ -219,6 +229,17 @@ TEST_F(Logfile, AMessageThatCannotBeFormattedLeavesTheBeginning) {
 // Starting again
 
 constexpr long kLimit = 8388608;
+
+TEST_F(Logfile, AMessageOfWhichNothingIsFormattedLeavesTheBeginning) {
+    in_fresh_process([this] {
+        open();
+        kelvo_logfile("nr", "before");
+        logfile_calls.format_fails = true;
+        kelvo_logfile("nr", "lost");
+        logfile_calls.format_fails = false;
+        EXPECT_EQ(content(), prefix("nr") + "before\n" + prefix("nr") + "\n");
+    });
+}
 
 TEST_F(Logfile, AFileAtTheLimitStillTakesALine) {
     prepare_file(kLimit);

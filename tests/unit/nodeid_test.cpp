@@ -272,7 +272,9 @@ TEST_F(NodeidTextDeathTest, FailedOnceCallIsLoggedEachTime) {
         as_expected &= platform().log[0].record == &qor_msg_rec_kelvoutils_internal;
         as_expected &= platform().log[0].severity == 7;
         system_calls.once_fails = 0;
-        end(as_expected && std::strcmp(kelvo_util_nodeid_to_str(1), "0_0_1") == 0);
+        as_expected &= std::strcmp(kelvo_util_nodeid_to_str(1), "0_0_1") == 0;
+        system_calls.once_fails = EINVAL;  // though the key is there
+        end(as_expected && std::strcmp(kelvo_util_nodeid_to_str(1), kCannotConvert) == 0);
     };
     EXPECT_EXIT(twice(), testing::ExitedWithCode(0), "");
 }

@@ -520,6 +520,14 @@ TEST_F(PathWithin, NullAndEmptyArgumentsAreLogged) {
     expect_null_logged();
 }
 
+TEST_F(PathWithin, OnlyNulEndsAText) {
+    std::uint32_t answer = 7;
+    EXPECT_EQ(kelvo_util_node_within_regexp("\x01", "\x01", &answer, 0), 0U);
+    EXPECT_EQ(answer, 1U);
+    EXPECT_EQ(kelvo_util_node_within_regexp("a", "\x01", &answer, 0), 0U);
+    EXPECT_EQ(answer, 0U);
+}
+
 TEST_F(PathWithin, ARefusedPatternLeavesTheAnswerAlone) {
     std::uint32_t answer = 7;
     EXPECT_EQ(kelvo_util_node_within_regexp("a", "a[", &answer, 0), KELVO_ERR_BAD_REGEXP);

@@ -129,6 +129,16 @@ TEST(PathWildcard, EveryLengthUpToWhereTheEngineCountsItsSteps) {
     }
 }
 
+// The engine stacks a choice for each character, up to a bound.
+TEST(PathWildcard, ALongComponentIsGivenUpWhereTheEngineGivesUp) {
+    const Wildcard pattern("x.*");
+    ASSERT_TRUE(pattern.is_plain());
+    EXPECT_TRUE(pattern.library_matches(std::string(10'000, 'x')));
+    EXPECT_TRUE(pattern.engine_matches(std::string(10'000, 'x')));
+    EXPECT_FALSE(pattern.library_matches(std::string(30'000, 'x')));
+    EXPECT_FALSE(pattern.engine_matches(std::string(30'000, 'x')));
+}
+
 TEST(PathWildcard, OtherComponentsAreTheEngines) {
     for (const char* const text :
          {"a*", ".+", ".*.*", ".*?", ".*+", ".**", ".*{2}", "a.b.*", ".*|a", "(.*)", "^.*", ".*$",

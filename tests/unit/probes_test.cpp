@@ -340,6 +340,49 @@ INSTANTIATE_TEST_SUITE_P(All, ProbesOfReaders, testing::Range(0U, u32{KELVO_OPER
                              return name_of(static_cast<kelvo_msg_operation>(parameter.param));
                          });
 
+/// Bytes from an item or entry to the end of its message.
+u64 left_from(const void* at, const void* end) {
+    return static_cast<u64>(static_cast<const std::uint8_t*>(end) -
+                            static_cast<const std::uint8_t*>(at));
+}
+
+TEST(ProbeAccepted, IsToldOfEachItemAndEntryThatIsTaken) {
+    Tracer tracer(kLibrary);
+    Bytes request = bulk_requests()[1];
+    kelvo_bulk_info info;
+    ASSERT_EQ(
+        kelvo_common_msg_bulk_interpret(request.data(), static_cast<u32>(request.size()), &info),
+        0U);
+    u64 left = left_from(info.current, info.end);
+    static_cast<void>(tracer.take());
+    kelvo_bulk_item item;
+    ASSERT_EQ(kelvo_common_msg_bulk_next(&info, &item), 0U);
+    EXPECT_EQ(tracer.take(), Events{interpreted(no_header(KELVO_OPERATION_BULK_NEXT), left)});
+
+    Bytes reply = bulk_replies()[1];
+    kelvo_bulk_reply_info reply_info;
+    ASSERT_EQ(kelvo_common_msg_bulk_reply_interpret(reply.data(), static_cast<u32>(reply.size()),
+                                                    &reply_info),
+              0U);
+    left = left_from(reply_info.current, reply_info.end);
+    static_cast<void>(tracer.take());
+    kelvo_bulk_reply_item reply_item;
+    ASSERT_EQ(kelvo_common_msg_bulk_reply_next(&reply_info, &reply_item), 0U);
+    EXPECT_EQ(tracer.take(), Events{interpreted(no_header(KELVO_OPERATION_BULK_REPLY_NEXT), left)});
+
+    Bytes set = notify_sets()[1];
+    kelvo_notifyset_iterator* iterator = nullptr;
+    ASSERT_EQ(kelvo_common_notifyset_interpret(set.data(), static_cast<u32>(set.size()), &iterator),
+              0U);
+    left = left_from(iterator->current, iterator->end);
+    static_cast<void>(tracer.take());
+    kelvo_notifyset_entry entry;
+    u64 kind_and_type;
+    ASSERT_EQ(kelvo_common_notifyset_next(iterator, &entry, &kind_and_type), 0U);
+    EXPECT_EQ(tracer.take(), Events{interpreted(no_header(KELVO_OPERATION_NOTIFYSET_NEXT), left)});
+    std::free(iterator);
+}
+
 class ProbeRefused : public testing::Test {
   protected:
     /// Runs an operation on a message that it refuses at an offset.
@@ -396,6 +439,9 @@ TEST_F(ProbeRefused, SaysInRepliesWhereTheWalkHasCome) {
            cut(list_reply(Order::network, 0, {1}), 8), 24 + 32 + 16, KELVO_ERR_MSG_LENGTH);
     expect(KELVO_OPERATION_VERIFY_REPLY_NTOH, no_header(KELVO_OPERATION_VERIFY_REPLY_NTOH),
            cut(verify_reply(Order::network, 1), 16), 64 + 24 + 8 + 16, KELVO_ERR_MSG_LENGTH);
+    expect(KELVO_OPERATION_APPLY_REPLY_NTOH, no_header(KELVO_OPERATION_APPLY_REPLY_NTOH),
+           cut(apply_reply(Order::network, 40), 1), sizeof(kelvo_rply_cb_apply),
+           KELVO_ERR_MSG_LENGTH);
     const Bytes response = sm_cb_response(Order::network, 3);
     expect(KELVO_OPERATION_SM_CB_RESPONSE_NTOH, 0, cut(response, 1), response.size() - 12,
            KELVO_ERR_MSG_LENGTH);

@@ -44,6 +44,7 @@ constexpr Row kRows[] = {
     {"b|a*", 2, 2, 0},
     {"((?=a)|b)c", 9, 1, 0},
     {"(a(?i)b|c)d", 5, 1, 0},
+    {"((?i:a)b)*", 1, 4, 0},
     {"(a(?i)bc|d)e", 6, 1, 0},
     {"(?#abc)d", 1, 1, 0},
     // A quantifier.
@@ -155,8 +156,9 @@ TEST(RegexCost, StepsMayBeRepeatedForEachStep) {
           "(a)\\k'-1-1'", "(?<n>a)\\g<n>\\g<n>\\k<n+1>"}) {
         EXPECT_EQ(cost_of(pattern).squared, 1U) << pattern;
     }
-    for (const char* pattern : {"a*", "(?<n>a)\\k<n>", "(a)\\k<-1>", "(a)\\k<1>b+", "(a)\\k'1'b-",
-                                "(?<n>a)\\g<n>\\g<n>", "(?<n>a{2})\\g<n>", "(a)\\k"}) {
+    for (const char* pattern :
+         {"a*", "(?<n>a)\\k<n>", "(a)\\k<-1>", "(a)\\k<1>b+", "(a)\\k'1'b-", "(a)\\k<1>+",
+          "(a)\\k'1'+", "(?<n>a)\\g<n>\\g<n>", "(?<n>a{2})\\g<n>", "(a)\\k"}) {
         EXPECT_EQ(cost_of(pattern).squared, 0U) << pattern;
     }
 }

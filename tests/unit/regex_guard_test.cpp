@@ -126,7 +126,8 @@ TEST(RegexGuard, NestingIsAcceptedUpToABound) {
 TEST(RegexGuard, WhatIsNoGroupIsOneLevel) {
     const std::string open = "(x)" + repeated("(?:", 32);
     const std::string close = repeated(")", 32);
-    for (const std::string part : {"a", ".", "\\d", "\\ca", "[a]", "[^]a]", "\\1", "\\k<1>"}) {
+    for (const std::string part :
+         {"a", ".", "\\d", "\\ca", "[a]", "[^]a]", "\\1", "\\k<1>", "a{", "\\g", "\\k"}) {
         EXPECT_EQ(Compiled(open + part + "*" + close).error(), 0) << part;
         EXPECT_EQ(Compiled(open + part + "*{1,2}" + close).error(), kBadPattern) << part;
     }
@@ -134,6 +135,15 @@ TEST(RegexGuard, WhatIsNoGroupIsOneLevel) {
     for (const std::string part : {"a\\b", "a\\Z", "\\Ga", "^a", "a$"}) {
         EXPECT_EQ(Compiled(open + part + close + "*").error(), 0) << part;
         EXPECT_EQ(Compiled(open + part + close + "*{1,2}").error(), kBadPattern) << part;
+    }
+    // A text unit is as high as two groups, or a quantifier on one.
+    for (const std::string part : {"\\X", "\\R"}) {
+        const auto nested = [&part](std::size_t groups) {
+            return repeated("(?:", groups) + part + repeated(")", groups);
+        };
+        EXPECT_EQ(Compiled(nested(31)).error(), 0) << part;
+        EXPECT_EQ(Compiled(nested(31) + "*").error(), kBadPattern) << part;
+        EXPECT_EQ(Compiled(nested(32)).error(), kBadPattern) << part;
     }
     // A condition is as high as four groups.
     const auto conditions = [](std::size_t groups) {
@@ -144,7 +154,7 @@ TEST(RegexGuard, WhatIsNoGroupIsOneLevel) {
     EXPECT_EQ(Compiled(conditions(5)).error(), kBadPattern);
     const std::string basic_open = "\\(x\\)" + repeated("\\(", 32);
     const std::string basic_close = repeated("\\)", 32);
-    for (const std::string part : {"a", "(", ")", "{", "|", "+", "?", "[a]", "\\1"}) {
+    for (const std::string part : {"a", "(", ")", "{", "|", "+", "?", "[a]", "\\1", "\\b", "\\."}) {
         EXPECT_EQ(Compiled(basic_open + part + "*" + basic_close, 0).error(), 0) << part;
         EXPECT_EQ(Compiled(basic_open + part + "**" + basic_close, 0).error(), kBadPattern) << part;
     }
@@ -258,9 +268,9 @@ TEST(RegexGuard, CalloutsAreRefused) {
 }
 
 TEST(RegexGuard, ABeginningOfANamedClassIsRefused) {
-    for (const char* pattern :
-         {"[[:]", "[[:alpha]]", "[[:alphabet:]]", "[[:Alpha:]]", "[a[:]b]",
-          "[[:aaaaaaaaaaaaaaaaaaaaaaaaa:]", "[[:^]]", "[[:alpha:x]]", "[[:abcdefg:]]"}) {
+    for (const char* pattern : {"[[:]", "[[:alpha]]", "[[:alphabet:]]", "[[:Alpha:]]", "[a[:]b]",
+                                "[[:aaaaaaaaaaaaaaaaaaaaaaaaa:]", "[[:^]]", "[[:alpha:x]]",
+                                "[[:abcdefg:]]", "[[:alph{:]]"}) {
         EXPECT_EQ(Compiled(pattern).error(), kBadPattern) << pattern;
     }
     for (const char* pattern : {"[:a]", "[[:^alpha:]]", "[[:xdigit:]]", "[a:[b]]", "[\\[:]"}) {
@@ -521,6 +531,33 @@ TEST(RegexGuard, HowManyChoicesAMatchMayGiveUp) {
     const Compiled many_steps(repeated("a*", 40));
     EXPECT_EQ(many_steps.match(repeated("b", 15624)), 0);
     EXPECT_EQ(many_steps.match(repeated("b", 15625)), kNoMatch);
+}
+
+/// Whether a match is given up that tries so many choices, each once, in a text of so many
+/// characters. The pattern has no loop.
+bool is_given_up(std::size_t choices, std::size_t characters) {
+    platform().reset();
+    const Compiled compiled("\\A(?:a" + repeated("|a", choices - 1) + ")c(?!\n)");
+    kelvo_cmn_debug_flags[KELVO_DEBUG_NODE_RESOLVER].enabled = 1;
+    const std::string beginning = "ac\n";
+    const std::string text = beginning + repeated("x", characters - beginning.size());
+    EXPECT_EQ(compiled.match(text), kNoMatch);
+    kelvo_cmn_debug_flags[KELVO_DEBUG_NODE_RESOLVER].enabled = 0;
+    return !platform().debug_lines.empty();
+}
+
+// 600000 for each run over the text, which is a step for each character and one for its end: the
+// next lower power of two, but one at least.
+TEST(RegexGuard, ALongerTextMayGiveUpFewerChoices) {
+    EXPECT_FALSE(is_given_up(64, 9374));  // 600000 / 9375 = 64
+    EXPECT_TRUE(is_given_up(65, 9374));
+    EXPECT_FALSE(is_given_up(32, 9375));
+    EXPECT_TRUE(is_given_up(33, 9375));
+    EXPECT_FALSE(is_given_up(2, 299999));  // 600000 / 300000 = 2
+    for (const std::size_t characters : {300000U, 700000U}) {
+        EXPECT_FALSE(is_given_up(1, characters));
+        EXPECT_TRUE(is_given_up(2, characters));
+    }
 }
 
 /// The value of one of the engine's settings, which are the process's.

@@ -37,6 +37,7 @@ bool engine_is_complete() {
 /// Blocks that the attempts may keep in all: the limits of matches once, and what the engine itself
 /// keeps of attempts that fail. Limits made anew each time would be many more.
 constexpr long kMostKept = 100;
+constexpr int kNoMemory = 12;  // the engine's number
 
 /// Lets each allocation of the first compilation fail in turn, in a process of its own because the
 /// engine is prepared once. @return 0 when every failure was answered and the engine is complete
@@ -52,7 +53,7 @@ int run_preparation_under_failures() {
             reached = FailingMemory::allocations() > failing;
             if (reached) kept += FailingMemory::outstanding();
         }
-        if (reached && (error == 0 || compiled.engine != nullptr)) return 1;
+        if (reached && (error != kNoMemory || compiled.engine != nullptr)) return 1;
         if (reached) continue;
         if (error != 0) return 2;
         kelvo_regfree(&compiled);

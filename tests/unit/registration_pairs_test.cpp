@@ -189,6 +189,23 @@ TEST(PairsOfAMessage, MayBeZeroInLongLists) {
     EXPECT_EQ(long_list({0, kAny}), kDuplicate);
 }
 
+/// Each bit of both numbers tells pairs apart, also in a long list.
+TEST(PairsOfAMessage, DifferInAnyBitInLongLists) {
+    Pairs pairs;
+    for (uint32_t i = 0; i < 40; ++i) pairs.emplace_back(0x10000 + i, 0x10000);
+    pairs.emplace_back(0x20000, 0x20000);
+    for (uint32_t bit = 0; bit < 32; ++bit) {
+        pairs.emplace_back(0x20000 ^ 1U << bit, 0x20000);
+        pairs.emplace_back(0x20000, 0x20000 ^ 1U << bit);
+    }
+    EXPECT_EQ(read(read_vs_unreg, startup_unreg(1, pairs)).list.size(), pairs.size());
+    for (const Pair& pair : pairs) {
+        Pairs all = pairs;
+        all.push_back(pair);
+        EXPECT_EQ(read(read_vs_unreg, startup_unreg(1, all)).status, kDuplicate);
+    }
+}
+
 /// Readers of a million pairs: of one job, of many jobs, and with a duplicate at the end.
 TEST(PairsOfAMessage, AMillionTakeTheTimeOfTheirBytes) {
     const uint32_t million = 1000000;
@@ -208,6 +225,15 @@ TEST(PairsOfAMessage, BillionsTakeTheTimeOfTheBytes) {
     const FailingMemory memory;
     EXPECT_EQ(read_vs_unreg(bytes.data(), static_cast<uint32_t>(bytes.size())).status, kLength);
     EXPECT_LE(memory.bytes(), 1000U);
+}
+
+TEST(PairsOfAMessage, BillionsTakeTheMemoryOfTheBytes) {
+    const LeaksAreMeant leaks;
+    Bytes bytes = startup_unreg(1, many_pairs(100));
+    put_word(bytes, 48, 0xFFFFFFFF);
+    const FailingMemory memory;
+    EXPECT_EQ(read_vs_unreg(bytes.data(), static_cast<uint32_t>(bytes.size())).status, kLength);
+    EXPECT_LE(memory.bytes(), 16 * bytes.size());
 }
 
 }  // namespace

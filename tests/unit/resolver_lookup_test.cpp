@@ -155,6 +155,8 @@ TEST_F(ResolverLookup, RemoteNumberIsTheDigitsItBeginsWith) {
     EXPECT_EQ(look_up("remote/12ab/cfg/gl"), owner(remote(kSharedSc, 12)));
     EXPECT_EQ(look_up("remote/0x10/cfg/gl"), owner(remote(kSharedSc, 0)));
     EXPECT_EQ(look_up("remote/ab/cfg/gl"), owner(remote(kSharedSc, 0)));
+    EXPECT_EQ(look_up("remote/12:3/cfg/gl"), owner(remote(kSharedSc, 12)));
+    EXPECT_EQ(look_up("remote/12./cfg/gl"), owner(remote(kSharedSc, 12)));
 }
 
 TEST_F(ResolverLookup, OtherAnswersCannotCarryARemoteNumber) {

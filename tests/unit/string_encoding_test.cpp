@@ -204,6 +204,11 @@ TEST(Encode, ReadsNothingBeyondTheTextAndWritesNothingBeyondItsBuffer) {
             return kelvo_string_decode(reinterpret_cast<const char*>(walled.data()), out, count);
         });
         EXPECT_EQ(decoded, good(std::string(length, '/')));
+        const Answer marked = answer([&](char** out, uint32_t* count) {
+            return kelvo_string_encode_regex(reinterpret_cast<const char*>(walled.data()), out,
+                                             count, 1);
+        });
+        EXPECT_EQ(marked.length, 11 + 3 * length);
     }
 }
 

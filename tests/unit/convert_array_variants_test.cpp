@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What the processor has decides how a long array is converted, so here the processor is played.
+// The source is part of this program.
+#if defined(__x86_64__)
+#include <cpuid.h>
+
+namespace {
+
+/// What the processor says that it has.
+struct Processor {
+    bool tells_features = true;
+    bool lets_the_system_keep_registers = true;
+    bool tells_more_features = true;
+    bool has_avx2 = true;
+    int asked = 0;
+};
+Processor processor;
+
+int played_cpuid(unsigned, unsigned*, unsigned*, unsigned* c, unsigned*) {
+    ++processor.asked;
+    *c = processor.lets_the_system_keep_registers ? bit_OSXSAVE : ~unsigned{bit_OSXSAVE};
+    return processor.tells_features ? 1 : 0;
+}
+
+int played_cpuid_count(unsigned, unsigned, unsigned*, unsigned* b, unsigned*, unsigned*) {
+    *b = processor.has_avx2 ? bit_AVX2 : ~unsigned{bit_AVX2};
+    return processor.tells_more_features ? 1 : 0;
+}
+
+}  // namespace
+
+#define __get_cpuid played_cpuid
+#define __get_cpuid_count played_cpuid_count
+#include "kelvo_array.cpp"  // NOLINT(bugprone-suspicious-include)
+#undef __get_cpuid
+#undef __get_cpuid_count
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+using namespace kelvo;
+
+/// A processor of its own for each test, which nobody has asked yet.
+class ConvertArrayVariants : public testing::Test {
+  protected:
+    void SetUp() override {
+        if (!__builtin_cpu_supports("avx2")) GTEST_SKIP() << "there is one variant here";
+        processor = {};
+        vectors = Vectors::unknown;
+    }
+};
+
+TEST_F(ConvertArrayVariants, VectorsNeedAProcessorThatHasThem) {
+    EXPECT_TRUE(has_avx2());
+    for (bool Processor::*const missing :
+         {&Processor::tells_features, &Processor::lets_the_system_keep_registers,
+          &Processor::tells_more_features, &Processor::has_avx2}) {
+        processor = {};
+        processor.*missing = false;
+        vectors = Vectors::unknown;
+        EXPECT_FALSE(has_avx2());
+        EXPECT_FALSE(has_avx2()) << "once more";
+        EXPECT_EQ(processor.asked, 1) << "the answer is remembered";
+    }
+}
+
+std::vector<u32> numbers(std::size_t count) {
+    std::vector<u32> words(count);
+    for (std::size_t i = 0; i < count; ++i)
+        words[i] = static_cast<u32>(0x01020304 + i * 0x01000193);
+    return words;
+}
+
+TEST_F(ConvertArrayVariants, AShortArrayAsksNobody) {
+    std::vector<u32> words = numbers(kLongArray - 1);
+    convert_array(words.data(), words.size());
+    EXPECT_EQ(processor.asked, 0);
+    words = numbers(kLongArray);
+    convert_array(words.data(), words.size());
+    EXPECT_EQ(processor.asked, 1);
+}
+
+TEST_F(ConvertArrayVariants, AllConvertAlike) {
+    for (const bool has_vectors : {true, false}) {
+        processor.has_avx2 = has_vectors;
+        vectors = Vectors::unknown;
+        for (std::size_t count = 0; count < kLongArray + 50; count += count < 50 ? 1 : 5) {
+            for (std::size_t begin = 0; begin < 9; ++begin) {
+                std::vector<u32> words = numbers(count + 9);
+                std::vector<u32> expected = words;
+                for (std::size_t i = 0; i < count; ++i) {
+                    expected[begin + i] = network32(expected[begin + i]);
+                }
+                convert_array(words.data() + begin, count);
+                ASSERT_TRUE(words == expected) << count << " from " << begin;
+            }
+        }
+    }
+}
+
+}  // namespace
+#endif
