@@ -39,8 +39,9 @@ constexpr double kStepsInOne = 2;
 // 32 bytes each, and as much again while the stack grows.
 constexpr unsigned kMostStacked = 20480;
 
-// Limits that a match may be given: 1, 2, 4 ... choices given up. They are only read during a
-// match, so one set serves all threads.
+// Limits that a match may be given: 1, 2, 4 ... choices given up. One set serves all threads: they
+// are only read during a match, but for a number that the engine keeps there for callouts, of which
+// the guard lets none through.
 constexpr int kLimits = 16;
 OnigMatchParam* limits[kLimits];
 
