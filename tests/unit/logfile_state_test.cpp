@@ -114,10 +114,17 @@ TEST_F(LogfileState, TheLockChecksForErrors) {
     for (volatile unsigned char& byte : bytes) byte = 0xFF;
 }
 
+/// Some way down the stack, so that all of what it calls is where the bits are.
+[[gnu::noinline]] void prepare_writing_among_bits() {
+    [[maybe_unused]] volatile unsigned char bytes[256];
+    prepare_writing();
+    bytes[0] = 0;
+}
+
 TEST_F(LogfileState, TheLockDoesNotDependOnWhatStoodOnTheStack) {
     in_fresh_process([] {
         leave_bits_on_the_stack();
-        prepare_writing();
+        prepare_writing_among_bits();
         EXPECT_EQ(pthread_mutex_lock(&log_file.lock), 0);
         EXPECT_EQ(pthread_mutex_lock(&log_file.lock), EDEADLK);
         EXPECT_EQ(pthread_mutex_unlock(&log_file.lock), 0);
