@@ -68,10 +68,15 @@ def configure(source, build):
 
 def build_all(tree, build, mutants, jobs):
     """Builds, without the mutants that are no program. @return those that are one"""
+    # What an earlier build has refused is not tried again.
+    refused = build.parent / "refused"
+    known = set(refused.read_text().splitlines()) if refused.exists() else set()
+    mutants = [mutant for mutant in mutants if running.Results.key(mutant) not in known]
+    schemata.write_sources(ROOT, tree, mutants)
+    configure(tree, build)
     targets = ["kelvoutils", "kelvo_platform"]
     while True:
         running.show(f"building with {len(mutants)} mutants")
-        schemata.write_sources(ROOT, tree, mutants)
         code, log = call(["ninja", "-C", build, "-k", "0", f"-j{jobs}"] + targets)
         if code == 0 and targets == ["all"]:
             running.show("")
@@ -82,20 +87,28 @@ def build_all(tree, build, mutants, jobs):
         wrong = schemata.refused(tree, log, mutants)
         if not wrong:
             sys.exit(f"mutate: the copy in {tree} does not build:\n{log[-4000:]}")
+        known |= {running.Results.key(mutant) for mutant in mutants if mutant.number in wrong}
+        refused.write_text("".join(f"{key}\n" for key in sorted(known)))
         mutants = [mutant for mutant in mutants if mutant.number not in wrong]
+        schemata.write_sources(ROOT, tree, mutants)
 
 
 class Survivors:
     """Mutants that need not be found, each with its reason. A row that names no mutant speaks of all
-    those of its line."""
+    those of its line, and one that does not say which of several that read the same, of all these."""
 
     def __init__(self, rows):
-        self.rows = {(row["file"], row["source"], row.get("mutant")): row["reason"] for row in rows}
+        self.rows = {}
+        for row in rows:
+            shown = row.get("mutant")
+            for one in shown if isinstance(shown, list) else [shown]:
+                self.rows[row["file"], row["source"], one, row.get("which")] = row["reason"]
         self.met = set()
 
     def row(self, mutant):
         """The row that speaks of a mutant, or None."""
-        keys = [(mutant.file, mutant.source, shown) for shown in (mutant.shown, None)]
+        keys = [(mutant.file, mutant.source, shown, which)
+                for shown in (mutant.shown, None) for which in (mutant.alike + 1, None)]
         return next((key for key in keys if key in self.rows), None)
 
     def reason(self, mutant):
@@ -155,8 +168,6 @@ def main():
     excluded = {row["file"] for row in lists.get("excluded", [])}
     mutants = find_mutants(directories, excluded, database)
     schemata.copy_tree(ROOT, tree, {mutant.file for mutant in mutants})
-    schemata.write_sources(ROOT, tree, mutants)
-    configure(tree, build)
     mutants = build_all(tree, build, mutants, options.jobs)
 
     programs = sorted(path for path in (build / "tests").iterdir()
@@ -189,7 +200,7 @@ def main():
               f"\n    {survivor['mutant']}")
     stale = set(listed.rows) - listed.met
     whole = len(chosen) == len(mutants)
-    for file, source, shown in sorted(stale, key=str) if whole else []:
+    for file, source, shown, _ in sorted(stale, key=str) if whole else []:
         print(f"\nlisted as alive, but is not: {file}\n    {source}\n    {shown or 'any mutant'}")
     print(f"\n{in_scope} mutants, {len(chosen)} tried, {killed} killed, {percent:.2f} %, at least {BOUND:.0f} % wanted;"
           f" {len(survivors)} alive, {len(unlisted)} of them without a reason")

@@ -134,9 +134,12 @@ def write_sources(root, tree, mutants):
     for file, own in by_file.items():
         text = (root / file).read_text(encoding="ascii")
         write_if_changed(tree / file, Writer(text).file(own, header))
-    # A mutant may be odd code, but is not to be refused for that.
+    # A mutant may be odd code, but is not to be refused for that. What it leaves unwritten holds a
+    # pattern, unless the compiler takes it for the value that it should have, and what is not to be
+    # come to ends the program: otherwise the compiler would leave the choice of such a mutant out.
     options = (root / "cmake/options.cmake").read_text()
-    odd = ("\ntarget_compile_options(kelvo_shared_object INTERFACE -w -fpermissive -Wno-narrowing)\n")
+    odd = ("\ntarget_compile_options(kelvo_shared_object INTERFACE -w -fpermissive -Wno-narrowing"
+           " -ftrivial-auto-var-init=pattern -fsanitize=unreachable -fsanitize-undefined-trap-on-error)\n")
     write_if_changed(tree / "cmake/options.cmake", options + odd)
 
 
