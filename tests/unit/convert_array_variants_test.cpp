@@ -25,15 +25,15 @@ struct Processor {
 };
 Processor processor;
 
-int played_cpuid(unsigned, unsigned*, unsigned*, unsigned* c, unsigned*) {
+int played_cpuid(unsigned leaf, unsigned*, unsigned*, unsigned* c, unsigned*) {
     ++processor.asked;
     *c = processor.lets_the_system_keep_registers ? bit_OSXSAVE : ~unsigned{bit_OSXSAVE};
-    return processor.tells_features ? 1 : 0;
+    return leaf == 1 && processor.tells_features ? 1 : 0;
 }
 
-int played_cpuid_count(unsigned, unsigned, unsigned*, unsigned* b, unsigned*, unsigned*) {
+int played_cpuid_count(unsigned leaf, unsigned part, unsigned*, unsigned* b, unsigned*, unsigned*) {
     *b = processor.has_avx2 ? bit_AVX2 : ~unsigned{bit_AVX2};
-    return processor.tells_more_features ? 1 : 0;
+    return leaf == 7 && part == 0 && processor.tells_more_features ? 1 : 0;
 }
 
 }  // namespace
