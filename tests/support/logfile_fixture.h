@@ -38,7 +38,6 @@ namespace kelvo::test {
 struct LogfileCalls {
     timeval now{};
     bool clock_fails = false;
-    bool newline_fails = false;    ///< fputc() writes nothing
     bool format_fails = false;     ///< vsnprintf() writes nothing
     bool has_thread_clock = true;  ///< whether a thread's clock, which tells its id, can be had
     pid_t thread_id = 0;           ///< what gettid() answers instead of the thread's id
@@ -141,12 +140,6 @@ int gettimeofday(timeval* now, void* /*zone*/) noexcept {
     if (kelvo::test::logfile_calls.clock_fails) return -1;
     *now = kelvo::test::logfile_calls.now;
     return 0;
-}
-
-__attribute__((no_sanitize("thread"))) int fputc(int character, std::FILE* file) {
-    if (kelvo::test::logfile_calls.newline_fails) return EOF;
-    static auto* const put = reinterpret_cast<int (*)(int, std::FILE*)>(dlsym(RTLD_NEXT, "fputc"));
-    return put(character, file);
 }
 
 // Watched by the thread sanitizer, so that its reports name what calls it.

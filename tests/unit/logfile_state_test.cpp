@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // What the log file keeps count of and nobody outside can see. The source is part of this program.
+#include <sys/resource.h>
+
+#include <csignal>
+
 #include "kelvo_common_utils_logfile.cpp"  // NOLINT(bugprone-suspicious-include)
 #include "support/logfile_fixture.h"
 
@@ -92,8 +96,16 @@ TEST_F(LogfileState, ALineThatDoesNotReachTheFileIsNotCounted) {
 TEST_F(LogfileState, ALineWhoseEndDoesNotReachTheFileIsNotCounted) {
     in_fresh_process([this] {
         open();
-        logfile_calls.newline_fails = true;
+        (void)std::setvbuf(log_file.file, nullptr, _IONBF, 0);
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit files{};
+        ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &files), 0);
+        rlimit without_newline = files;
+        without_newline.rlim_cur = prefix("nr").size() + 1;
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &without_newline), 0);
         kelvo_logfile("nr", "x");
+        EXPECT_EQ(setrlimit(RLIMIT_FSIZE, &files), 0);
+        EXPECT_EQ(content(), prefix("nr") + "x");
         EXPECT_EQ(log_file.written, 0);
     });
 }
