@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Gather lists: their length, and flattening into one buffer.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -31,10 +32,11 @@ constexpr u32 kHugeMessageBytes = 50U * 1024 * 1024;
 }
 
 void copy_slots(const kelvo_slot* list, i32 count, u8* at) {
-    for (i32 i = 0; i < count; ++i) {
-        const kelvo_slot slot = list[i];
-        copy_piece(at, slot.base, slot.length);
-        at += slot.length;
+    const kelvo_slot* const end = list + std::max(count, 0);
+    for (const kelvo_slot* slot = list; slot < end; ++slot) {
+        const u64 bytes = slot->length;
+        copy_piece(at, slot->base, bytes);
+        at += bytes;
     }
 }
 
@@ -53,16 +55,20 @@ void copy_slots(const kelvo_slot* list, i32 count, u8* at) {
 }  // namespace
 
 void kelvo_common_msg_iovs_length(const kelvo_slot* list, int32_t count, uint32_t* total) {
-    // Two sums, so that no addition waits for the one before.
-    u32 even = 0;
-    u32 odd = 0;
+    // Four sums, so that no addition waits for the one before.
+    u32 a = 0;
+    u32 b = 0;
+    u32 c = 0;
+    u32 d = 0;
     i32 i = 0;
-    for (; i + 1 < count; i += 2) {
-        even += static_cast<u32>(list[i].length);
-        odd += static_cast<u32>(list[i + 1].length);
+    for (; count - i >= 4; i += 4) {
+        a += static_cast<u32>(list[i].length);
+        b += static_cast<u32>(list[i + 1].length);
+        c += static_cast<u32>(list[i + 2].length);
+        d += static_cast<u32>(list[i + 3].length);
     }
-    if (i < count) even += static_cast<u32>(list[i].length);
-    *total = even + odd;
+    for (; i < count; ++i) a += static_cast<u32>(list[i].length);
+    *total = a + b + c + d;
 }
 
 kelvo_status kelvo_common_msg_iovs_to_buffer_v2(const kelvo_slot* list, int32_t count,

@@ -29,25 +29,29 @@ u32 type_of(u32 type, const void* message, u64 length) noexcept {
 
 }  // namespace
 
-void tell_composed(u32 type, u64 length, u32 status) noexcept {
+u32 tell_composed(u32 type, u64 length, u32 status) noexcept {
     STAP_PROBEV(kelvo, composed, type, length, status);
+    return status;
 }
 
-void tell_composed(const kelvo_slot* first, const kelvo_slot* end, u32 status) noexcept {
+u32 tell_composed(const kelvo_slot* first, const kelvo_slot* end, u32 status) noexcept {
     u64 length = 0;
     for (const kelvo_slot* slot = first; slot != end; ++slot) length += slot->length;
-    tell_composed(type_of(kTypeInHeader, first->base, first->length), length, status);
+    return tell_composed(type_of(kTypeInHeader, first->base, first->length), length, status);
 }
 
-void tell_accepted(u32 type, const void* message, u64 length) noexcept {
+kelvo_status tell_accepted(u32 type, const void* message, u64 length) noexcept {
     STAP_PROBEV(kelvo, interpreted, type_of(type, message, length), length, kelvo_status{0});
+    return 0;
 }
 
-void tell_refused(u32 type, const void* message, u64 length, u64 offset,
-                  kelvo_status status) noexcept {
+kelvo_status tell_refused(u32 type, const void* message, u64 length, u64 offset,
+                          kelvo_status status) noexcept {
+    if (!interpreting()) return status;
     const u32 claimed = type_of(type, message, length);
     STAP_PROBEV(kelvo, refused, claimed, length, offset, status);
     STAP_PROBEV(kelvo, interpreted, claimed, length, status);
+    return status;
 }
 
 void tell_lookup(const char* prefix, const char* path, kelvo_status status,

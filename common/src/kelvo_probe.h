@@ -55,16 +55,21 @@ inline constexpr uint32_t kTypeInHeader = 0xFFFFFFFF;
 }
 #endif
 
-/// A request that has no gather list, or could not be begun.
-[[gnu::cold]] void tell_composed(uint32_t type, uint64_t length, uint32_t status) noexcept;
+// Each is the last thing that its caller does, and yields what the caller is to return. Such a call
+// is a jump, for which nothing has to be kept: a caller that is not watched saves no registers for
+// the case that it were. Refusals are rare, so theirs asks by itself whether anybody watches.
+
+/// A request that has no gather list, or could not be begun. @return `status`, as of all
+[[gnu::cold]] uint32_t tell_composed(uint32_t type, uint64_t length, uint32_t status) noexcept;
 /// A request in the slots from `first` up to `end`, the first of which has the header.
-[[gnu::cold]] void tell_composed(const kelvo_slot* first, const kelvo_slot* end,
-                                 uint32_t status) noexcept;
+[[gnu::cold]] uint32_t tell_composed(const kelvo_slot* first, const kelvo_slot* end,
+                                     uint32_t status) noexcept;
 /// A message that has passed, and one that has not. `type` is one, or ::kTypeInHeader; otherwise
-/// `message` is not looked at.
-[[gnu::cold]] void tell_accepted(uint32_t type, const void* message, uint64_t length) noexcept;
-[[gnu::cold]] void tell_refused(uint32_t type, const void* message, uint64_t length,
-                                uint64_t offset, kelvo_status status) noexcept;
+/// `message` is not looked at. A message that has passed has the status 0.
+[[gnu::cold]] kelvo_status tell_accepted(uint32_t type, const void* message,
+                                         uint64_t length) noexcept;
+[[gnu::cold]] kelvo_status tell_refused(uint32_t type, const void* message, uint64_t length,
+                                        uint64_t offset, kelvo_status status) noexcept;
 [[gnu::cold]] void tell_lookup(const char* prefix, const char* path, kelvo_status status,
                                const kelvo_nr_answer& answer) noexcept;
 

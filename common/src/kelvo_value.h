@@ -19,8 +19,9 @@ inline constexpr std::array<u8, 14> kValueWidths = {0, 4, 8, 0, 0, 0, 0, 0, 0, 0
 
 /// Copies the leading bytes of a value in reverse from `source` to `destination`, which may be the
 /// same. A longer value keeps its other bytes; a shorter one is the caller's error and is not
-/// checked.
-inline void reverse_value(u32 type, void* destination, const void* source) noexcept {
+/// checked. Inlined by force, like the walks' other steps: a walk that calls has to save registers.
+[[gnu::always_inline]] inline void reverse_value(u32 type, void* destination,
+                                                 const void* source) noexcept {
     switch (value_width(type)) {
         case 2:
             return store16(destination, reversed16(load16(source)));
@@ -36,7 +37,8 @@ inline void reverse_value(u32 type, void* destination, const void* source) noexc
 /// Converts a value between host and network order, as reverse_value() does where they differ.
 /// @return 1 when it converted; 0, with nothing written, for a null pointer or a type that is not
 ///         an integer
-inline u32 convert_value(u32 type, void* destination, const void* source) noexcept {
+[[gnu::always_inline]] inline u32 convert_value(u32 type, void* destination,
+                                                const void* source) noexcept {
     if (destination == nullptr || source == nullptr) return 0;
     if (value_width(type) == 0) return 0;
     if constexpr (kHostIsNetwork) {

@@ -68,7 +68,9 @@ struct FromNetwork : Running {
     static void depart(u8*) noexcept {}
     static void fixed(u8* at) noexcept { convert32(at); }
     static void array(u8* first, u64 count) noexcept { convert_array(first, count); }
-    static void value(u32 type, u8* at) noexcept { convert_value(type, at, at); }
+    [[gnu::always_inline]] static void value(u32 type, u8* at) noexcept {
+        convert_value(type, at, at);
+    }
 };
 
 struct ToNetwork : Running {
@@ -77,7 +79,9 @@ struct ToNetwork : Running {
     static void depart(u8* at) noexcept { convert32(at); }
     static void fixed(u8* at) noexcept { convert32(at); }
     static void array(u8* first, u64 count) noexcept { convert_array(first, count); }
-    static void value(u32 type, u8* at) noexcept { convert_value(type, at, at); }
+    [[gnu::always_inline]] static void value(u32 type, u8* at) noexcept {
+        convert_value(type, at, at);
+    }
 };
 
 /// Converts `count` adjacent words of a fixed part.
@@ -121,13 +125,14 @@ enum class Cell { after_room, before_room };
 template <class Order, u32 kType = probe::kTypeInHeader>
 class Outcome {
   public:
-    Outcome(const void* message, u64 length) noexcept : message_(message), length_(length) {}
+    [[gnu::always_inline]] Outcome(const void* message, u64 length) noexcept
+        : message_(message), length_(length) {}
 
     /// What a walk returns when it is through.
     [[nodiscard, gnu::always_inline]] Status accept() const noexcept {
         if constexpr (kObserved) {
             if (probe::interpreting()) [[unlikely]]
-                probe::tell_accepted(kType, message_, length_);
+                return probe::tell_accepted(kType, message_, length_);
         }
         return 0;
     }
@@ -136,9 +141,10 @@ class Outcome {
     /// beyond the end of the message if a length claims that.
     [[nodiscard, gnu::always_inline]] Status refuse(u64 offset, Status status) const noexcept {
         if constexpr (kObserved) {
-            if (probe::interpreting()) [[unlikely]] {
-                probe::tell_refused(kType, message_, length_, offset, status);
-            }
+            // It yields `status`. That this is not 0, and the walk over, nobody here can see.
+            const Status told = probe::tell_refused(kType, message_, length_, offset, status);
+            if (told == 0) __builtin_unreachable();
+            return told;
         }
         return status;
     }
@@ -224,8 +230,10 @@ class Cursor {
     [[nodiscard]] u64 left() const noexcept { return left_; }
 
   private:
-    [[nodiscard]] u64 passed() const noexcept { return static_cast<u64>(at_ - begin_); }
-    [[nodiscard]] Outcome<Order, kType> outcome() const noexcept {
+    [[nodiscard, gnu::always_inline]] u64 passed() const noexcept {
+        return static_cast<u64>(at_ - begin_);
+    }
+    [[nodiscard, gnu::always_inline]] Outcome<Order, kType> outcome() const noexcept {
         return {begin_, passed() + left_};
     }
 
@@ -297,7 +305,7 @@ class Gather {
     /// The list is complete; tracers are told. @return `answer`, the compose function's
     [[gnu::always_inline]] u32 done(u32 answer = 0) const noexcept {
         if (probe::composing()) [[unlikely]]
-            probe::tell_composed(first_, slot_, answer);
+            return probe::tell_composed(first_, slot_, answer);
         return answer;
     }
 

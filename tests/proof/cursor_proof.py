@@ -42,9 +42,10 @@ class Source:
         self.cell = int(self.find(types, r"KELVO_ASSERT_SIZE\(kelvo_length_cell, (\d+)\)"))
         self.find(self.wire, r"(kCellBytes = sizeof\(kelvo_length_cell\))")
         mask = self.find(bytes_h, r"u32 pad8\(u32 length\) noexcept \{\s*return \(0U - length\) & (\d+)U;")
-        self.find(bytes_h, r"u64 padded8\(u32 length\) noexcept \{\s*(return u64\{length\} \+ pad8\(length\);)")
+        up, down = (int(self.find(bytes_h, rf"u64 padded8\(u32 length\) noexcept \{{\s*return {term};"))
+                    for term in (r"\(u64\{length\} \+ (\d+)\) & ~u64\{7\}", r"\(u64\{length\} \+ 7\) & ~u64\{(\d+)\}"))
         self.pad = -length & BitVecVal(int(mask), 32)
-        self.padded = ZeroExt(32, length) + ZeroExt(32, self.pad)
+        self.padded = (ZeroExt(32, length) + up) & ~BitVecVal(down, 64)
 
     @staticmethod
     def find(text, pattern):
@@ -104,7 +105,7 @@ def main():
     filled = (wide(length) + 7) & ~BitVecVal(7, WIDE)
 
     prove("fill brings a length to the next multiple of 8",
-          And(wide(source.padded) == filled, ULE(wide(source.pad), 7)))
+          And(wide(source.padded) == filled, wide(length) + wide(source.pad) == filled, ULE(wide(source.pad), 7)))
 
     # For any two numbers, so that it need not be proven again with the cursor's long sums in their place.
     taken = BitVec("taken", 64)
