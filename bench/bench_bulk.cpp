@@ -126,9 +126,9 @@ struct BuildStores {
     Build prepared;
     std::vector<std::uint32_t> name_bytes;
 
-    BuildStores() {
+    explicit BuildStores(std::size_t count = kItems) : prepared(count) {
         prepared.run();
-        for (std::size_t i = 0; i < kItems; ++i) {
+        for (std::size_t i = 0; i < count; ++i) {
             name_bytes.push_back(static_cast<std::uint32_t>(prepared.items.name(i).size() + 1));
         }
     }
@@ -136,7 +136,7 @@ struct BuildStores {
     void store(LengthOf length_of) {
         kelvo_bulk_builder& b = prepared.builder;
         kelvo_slot* slot = b.slots + KELVO_BULK_LEADING_SLOTS;
-        for (std::size_t i = 0; i < kItems; ++i) {
+        for (std::size_t i = 0; i < prepared.items.size(); ++i) {
             const kelvo_bulk_item& item = prepared.items[i];
             const auto data_bytes = static_cast<std::uint32_t>(item.data_length);
             const std::uint32_t length = length_of(i);
@@ -160,6 +160,7 @@ struct BuildStores {
 };
 
 struct BuildStoresAndStrlen : BuildStores {
+    using BuildStores::BuildStores;
     void run() {
         store([this](std::size_t i) {
             return static_cast<std::uint32_t>(std::strlen(prepared.items[i].name) + 1);
@@ -169,7 +170,9 @@ struct BuildStoresAndStrlen : BuildStores {
 
 /// With arrays that are allocated and zeroed, as the interface promises them.
 struct BuildAll : BuildStoresAndStrlen {
-    void run() {
+    using BuildStoresAndStrlen::BuildStoresAndStrlen;
+    void renew_arrays() {
+        const std::size_t count = prepared.items.size();
         kelvo_bulk_builder& b = prepared.builder;
         std::free(b.items);
         std::free(b.name_lengths);
@@ -177,13 +180,48 @@ struct BuildAll : BuildStoresAndStrlen {
         kelvo_slot* const leading = b.slots;
         b.slots = static_cast<kelvo_slot*>(std::calloc(prepared.slots(), sizeof *b.slots));
         b.name_lengths =
-            static_cast<kelvo_length_cell*>(std::calloc(kItems, sizeof *b.name_lengths));
+            static_cast<kelvo_length_cell*>(std::calloc(count, sizeof *b.name_lengths));
         b.data_lengths =
-            static_cast<kelvo_length_cell*>(std::calloc(kItems, sizeof *b.data_lengths));
-        b.items = static_cast<kelvo_msg_bulk_item*>(std::calloc(kItems, sizeof *b.items));
+            static_cast<kelvo_length_cell*>(std::calloc(count, sizeof *b.data_lengths));
+        b.items = static_cast<kelvo_msg_bulk_item*>(std::calloc(count, sizeof *b.items));
         std::memcpy(b.slots, leading, KELVO_BULK_LEADING_SLOTS * sizeof *b.slots);
         std::free(leading);
+    }
+    void run() {
+        renew_arrays();
         BuildStoresAndStrlen::run();
+    }
+};
+
+/// The library's function by hand, which is called for each item.
+[[gnu::noipa]] void add_by_hand(const kelvo_bulk_item* item, std::uint32_t index,
+                                kelvo_bulk_builder* builder) {
+    const auto length = static_cast<std::uint32_t>(std::strlen(item->name) + 1);
+    const bool second = item->operation == KELVO_BULK_OPERATION_2;
+    const void* const data = second ? item->op2_data : item->data;
+    const std::uint32_t data_bytes = second ? item->op2_data_length : item->data_length;
+    builder->items[index] = {item->operation, item->word2,
+                             second && item->op2_type != 0 ? item->op2_type : item->type,
+                             item->word4};
+    builder->name_lengths[index].length = length;
+    builder->data_lengths[index].length = data_bytes;
+    kelvo_slot* const slot =
+        builder->slots + KELVO_BULK_LEADING_SLOTS + std::size_t{index} * KELVO_BULK_ITEM_SLOTS;
+    slot[0] = {&builder->items[index], sizeof builder->items[index]};
+    slot[1] = {&builder->name_lengths[index], sizeof builder->name_lengths[index]};
+    slot[2] = {item->name, length};
+    slot[3] = {kelvo_alignment, (0U - length) & 7U};
+    slot[4] = {&builder->data_lengths[index], sizeof builder->data_lengths[index]};
+    slot[5] = {data, data_bytes};
+    slot[6] = {kelvo_alignment, (0U - data_bytes) & 7U};
+}
+
+/// Called through a pointer, as functions of a shared object are.
+struct BuildByHand : BuildAll {
+    decltype(&add_by_hand) add = &add_by_hand;
+    void run() {
+        renew_arrays();
+        for (std::uint32_t i = 0; i < kItems; ++i) add(&prepared.items[i], i, &prepared.builder);
     }
 };
 
@@ -227,8 +265,11 @@ const Row kBuildRow({"bulk_build", "bulk of 1,000: build the list, per item", kI
                     {library<Build>(), floor<BuildStores>("stores, lengths known"),
                      shown<BuildStoresAndStrlen>("the floor and strlen"),
                      shown<BuildAll>("the floor, strlen and zeroed arrays"),
+                     shown<BuildByHand>("the function by hand, for each item"),
                      other<PackedBuild>("Cap'n Proto")});
 const Growth kBuildGrowth("bulk_build", "bulk: build the list", "items", &time_growth<Build>);
+const Growth kBuildFloorGrowth("bulk_build_floor", "bulk: the floor, strlen and zeroed arrays",
+                               "items", &time_growth<BuildAll>);
 
 // ------------------------------------------------------------------------------------------------
 // Flatten
@@ -274,10 +315,11 @@ struct CopyPieces {
         prepared.run();
         std::memcpy(flat.data(), message.data(), kLeadingBytes);
     }
-    void run() {
+    void run() { copy_pieces(flat.data()); }
+    void copy_pieces(std::uint8_t* to) {
         const kelvo_bulk_builder& b = prepared.builder;
         const kelvo_slot* slot = b.slots + KELVO_BULK_LEADING_SLOTS;
-        std::uint8_t* at = flat.data() + kLeadingBytes;
+        std::uint8_t* at = to + kLeadingBytes;
         for (std::size_t i = 0; i < kItems; ++i) {
             std::memcpy(at, slot[0].base, 16);
             std::memcpy(at + 16, slot[1].base, 8);
@@ -296,6 +338,31 @@ struct CopyPieces {
     }
 };
 
+/// Those pieces in a buffer for each message, whose size the list says.
+struct FlattenByHand : CopyPieces {
+    std::uint8_t* own = nullptr;
+    std::uint32_t size = 0;
+    FlattenByHand() = default;
+    FlattenByHand(const FlattenByHand&) = delete;
+    FlattenByHand& operator=(const FlattenByHand&) = delete;
+    ~FlattenByHand() { std::free(own); }
+
+    void run() {
+        std::free(own);
+        size = 0;
+        for (std::size_t i = 0; i < prepared.slots(); ++i) {
+            size += static_cast<std::uint32_t>(prepared.builder.slots[i].length);
+        }
+        own = static_cast<std::uint8_t*>(std::malloc(size));
+        if (own == nullptr) return;
+        std::memcpy(own, message.data(), kLeadingBytes);
+        copy_pieces(own);
+    }
+    [[nodiscard]] bool right() const {
+        return own != nullptr && std::memcmp(own, message.data(), message.size()) == 0;
+    }
+};
+
 struct PackedFlatten : PackedBuild {
     kj::Array<capnp::word> flat;
     PackedFlatten() { PackedBuild::run(); }
@@ -309,8 +376,43 @@ struct PackedFlatten : PackedBuild {
 const Row kFlattenRow({"bulk_flatten", "bulk of 1,000: flatten, per item", kItems, {2.1, 3.6}},
                       {library<Flatten>(), floor<Copy>("memcpy"),
                        shown<CopyPieces>("its pieces, known to the loop"),
+                       shown<FlattenByHand>("that loop, the sum of the lengths, malloc and free"),
                        other<PackedFlatten>("Cap'n Proto")});
 const Growth kFlattenGrowth("bulk_flatten", "bulk: flatten", "items", &time_growth<Flatten>);
+
+// ------------------------------------------------------------------------------------------------
+// Build and flatten: the whole way to a message in one piece, since each has its own place for the
+// work of bringing the pieces together
+// ------------------------------------------------------------------------------------------------
+
+struct Whole : Flatten {
+    void run() {
+        Build::run();
+        Flatten::run();
+    }
+};
+
+struct WholeStores : BuildStores {
+    Copy copy;
+    void run() {
+        BuildStores::run();
+        copy.run();
+    }
+    [[nodiscard]] bool right() const { return BuildStores::right() && copy.right(); }
+};
+
+struct PackedWhole : PackedFlatten {
+    void run() {
+        PackedBuild::run();
+        PackedFlatten::run();
+    }
+};
+
+/// Aims are those of the two rows before, each for its share of the time.
+const Row kWholeRow(
+    {"bulk_whole", "bulk of 1,000: build and flatten, per item", kItems, {1.16, 1.71}},
+    {library<Whole>(), floor<WholeStores>("stores, lengths known, and memcpy"),
+     other<PackedWhole>("Cap'n Proto")});
 
 // ------------------------------------------------------------------------------------------------
 // Walk

@@ -50,6 +50,34 @@ std::uint64_t swapped64(std::uint64_t value) {
     return __builtin_bswap64(value);
 }
 
+template <class Word, class Swap>
+std::uint32_t swap_word(void* at, Swap swap) {
+    Word word;
+    std::memcpy(&word, at, sizeof word);
+    word = swap(word);
+    std::memcpy(at, &word, sizeof word);
+    return 1;
+}
+/// Converts a value of any type where it lies. @return whether it is one that is converted
+std::uint32_t swap_value(std::uint32_t type, void* value) {
+    switch (type) {
+        case KELVO_VALUE_INT2:
+        case KELVO_VALUE_INT2_ALT:
+            return swap_word<std::uint16_t>(value,
+                                            [](auto word) { return __builtin_bswap16(word); });
+        case KELVO_VALUE_INT4:
+        case KELVO_VALUE_INT4_ALT:
+            return swap_word<std::uint32_t>(value,
+                                            [](auto word) { return __builtin_bswap32(word); });
+        case KELVO_VALUE_INT8:
+        case KELVO_VALUE_INT8_ALT:
+            return swap_word<std::uint64_t>(value,
+                                            [](auto word) { return __builtin_bswap64(word); });
+        default:
+            return 0;
+    }
+}
+
 /// The message, written down field by field.
 struct Message {
     std::uint8_t bytes[kBytes] = {};
@@ -149,12 +177,13 @@ struct StoresAndStrlen : Sender {
     }
 };
 
-/// The same as a function that has to be called, with the arguments that the library's takes.
-[[gnu::noinline]] void store_slots_called(void* header, std::uint32_t* count,
-                                          std::uint32_t* type_cell, std::uint32_t* path_length,
-                                          std::uint32_t* value_length, const char* path,
-                                          std::uint32_t type, void* value, std::int32_t value_bytes,
-                                          std::uint32_t argument, kelvo_slot* list) {
+/// The library's function by hand: its arguments, a path of any length, a value of any type.
+[[gnu::noipa]] std::uint32_t compose_by_hand(void* header, std::uint32_t* count,
+                                             std::uint32_t* type_cell, std::uint32_t* path_length,
+                                             std::uint32_t* value_length, const char* path,
+                                             std::uint32_t type, void* value,
+                                             std::int32_t value_bytes, std::uint32_t argument,
+                                             kelvo_slot* list) {
     const auto path_bytes = static_cast<std::uint32_t>(std::strlen(path) + 1);
     const auto bytes = static_cast<std::uint32_t>(value_bytes);
     auto* const message = static_cast<std::uint8_t*>(header);
@@ -174,18 +203,16 @@ struct StoresAndStrlen : Sender {
     list[6] = {value_length, sizeof(kelvo_length_cell)};
     list[7] = {value, bytes};
     list[8] = {kelvo_alignment, (0U - bytes) & 7U};
-    std::uint64_t word;
-    std::memcpy(&word, value, sizeof word);
-    word = swapped64(word);
-    std::memcpy(value, &word, sizeof word);
+    return bytes != 0 && value != nullptr ? swap_value(type, value) : 0;
 }
 
-struct CalledStores : Sender {
+/// Functions by hand are called as those of a shared object are: through a pointer.
+struct ComposeByHand : Sender {
+    decltype(&compose_by_hand) compose = &compose_by_hand;
     void run() {
         value = kValue;
-        store_slots_called(header, &count.length, &type.length, &path_length.length,
-                           &value_length.length, path, kType, &value, sizeof value, kArgument,
-                           list);
+        compose(header, &count.length, &type.length, &path_length.length, &value_length.length,
+                path, kType, &value, sizeof value, kArgument, list);
     }
 };
 
@@ -271,9 +298,9 @@ struct ProtoCompose {
 const Row kComposeRow(
     {"item_compose", "item set (path of 40, value of 8): compose", 1, {0.17, 1.3}},
     {library<Compose>(), floor<Stores>("nine slot stores and five swaps"),
-     shown<StoresAndStrlen>("the floor and strlen"),
-     shown<CalledStores>("the floor and strlen in a function"), other<FlatCompose>("FlatBuffers"),
-     other<PackedCompose>("Cap'n Proto"), other<ProtoCompose>("protobuf")});
+     shown<StoresAndStrlen>("the floor and strlen"), shown<ComposeByHand>("the function by hand"),
+     other<FlatCompose>("FlatBuffers"), other<PackedCompose>("Cap'n Proto"),
+     other<ProtoCompose>("protobuf")});
 
 // ------------------------------------------------------------------------------------------------
 // Compose and flatten
@@ -317,16 +344,57 @@ struct Copy {
     [[nodiscard]] bool right() const { return Message().is(flat); }
 };
 
-struct CopyAndMalloc : Copy {
-    void* block = nullptr;
-    CalledStores sender;
-    void run() {
-        sender.run();
-        Copy::run();
-        block = std::malloc(kBytes);
-        benchmark::DoNotOptimize(block);
-        std::free(block);
+[[gnu::noipa]] void add_up_by_hand(const kelvo_slot* list, std::int32_t count,
+                                   std::uint32_t* total) {
+    std::uint32_t sum = 0;
+    for (std::int32_t i = 0; i < count; ++i) sum += static_cast<std::uint32_t>(list[i].length);
+    *total = sum;
+}
+
+/// Knows which pieces the list of an item set has, but not how long path and value are.
+[[gnu::noipa]] kelvo_status flatten_by_hand(const kelvo_slot* list, std::uint32_t size,
+                                            std::uint8_t** out) {
+    auto* const flat = static_cast<std::uint8_t*>(std::malloc(size));
+    if (flat == nullptr) return KELVO_ERR_NO_MEMORY;
+    std::memcpy(flat, list[0].base, 48);
+    std::memcpy(flat + 48, list[1].base, 8);
+    std::memcpy(flat + 56, list[2].base, 8);
+    std::memcpy(flat + 64, list[3].base, 8);
+    std::uint8_t* at = flat + kPathAt;
+    std::memcpy(at, list[4].base, list[4].length);
+    at += list[4].length;
+    std::memset(at, 0, 8);  // the fill, and what the next cell covers
+    at += list[5].length;
+    std::memcpy(at, list[6].base, 8);
+    at += 8;
+    if (list[7].length == 8) {
+        std::memcpy(at, list[7].base, 8);
+    } else {
+        std::memcpy(at, list[7].base, list[7].length);
+        std::memset(at + list[7].length, 0, list[8].length);
     }
+    *out = flat;
+    return 0;
+}
+
+/// The library's three functions by hand.
+struct FlattenByHand : ComposeByHand {
+    decltype(&add_up_by_hand) add_up = &add_up_by_hand;
+    decltype(&flatten_by_hand) flatten = &flatten_by_hand;
+    std::uint8_t* flat = nullptr;
+    FlattenByHand() = default;
+    FlattenByHand(const FlattenByHand&) = delete;
+    FlattenByHand& operator=(const FlattenByHand&) = delete;
+    ~FlattenByHand() { std::free(flat); }
+
+    void run() {
+        std::free(flat);
+        ComposeByHand::run();
+        std::uint32_t size;
+        add_up(list, kSlots, &size);
+        if (flatten(list, size, &flat) != 0) flat = nullptr;
+    }
+    [[nodiscard]] bool right() const { return flat != nullptr && Message().is(flat); }
 };
 
 struct PackedFlatten : PackedCompose {
@@ -353,7 +421,7 @@ struct ProtoFlatten : ProtoCompose {
 
 const Row kFlattenRow({"item_flatten", "item set: compose and flatten", 1, {0.80, 4.7}},
                       {library<Flatten>(), floor<Copy>("memcpy and htonl"),
-                       shown<CopyAndMalloc>("the floor, the list, malloc and free"),
+                       shown<FlattenByHand>("the functions by hand"),
                        other<FlatCompose>("FlatBuffers"), other<PackedFlatten>("Cap'n Proto"),
                        other<ProtoFlatten>("protobuf")});
 
@@ -423,15 +491,58 @@ struct CopyAndCheck : Receiver {
     [[nodiscard]] bool right() const { return !refused && Receiver::right(); }
 };
 
-/// The same as a function that has to be called.
-struct CalledCheck : CopyAndCheck {
-    [[gnu::noinline]] static bool called(CopyAndCheck& own, std::uint64_t length) {
-        return own.read(length);
+/// The library's function by hand: its arguments, its tests one after another, a value of any type,
+/// and all that it found handed out through pointers.
+struct ReceiveByHand : Receiver {
+    static bool pass(std::uint8_t*& at, std::uint64_t& left, std::uint32_t& word) {
+        if (left < sizeof(kelvo_length_cell)) return false;
+        word = get_network(at);
+        at += sizeof(kelvo_length_cell);
+        left -= sizeof(kelvo_length_cell);
+        return true;
     }
+    [[gnu::noipa]] static kelvo_status receive(void* message, std::int32_t length, char** path,
+                                               std::uint32_t* type, void** value,
+                                               std::uint32_t* value_length,
+                                               std::uint32_t* argument) {
+        auto* at = static_cast<std::uint8_t*>(message);
+        std::uint64_t left = length < 0 ? 0 : static_cast<std::uint64_t>(length);
+        get_network(at + 40);
+        const std::uint32_t found_argument = get_network(at + 44);
+        if (left < 48) return KELVO_ERR_MSG_LENGTH;
+        at += 48;
+        left -= 48;
+        std::uint32_t count;
+        std::uint32_t found_type;
+        std::uint32_t path_bytes;
+        std::uint32_t value_bytes;
+        if (!pass(at, left, count)) return KELVO_ERR_MSG_LENGTH;
+        if (count != 1) return KELVO_ERR_MSG_CONTENT;
+        if (!pass(at, left, found_type)) return KELVO_ERR_MSG_LENGTH;
+        if (!pass(at, left, path_bytes) || left < path_bytes) return KELVO_ERR_MSG_LENGTH;
+        if (path_bytes == 0 || at[path_bytes - 1] != 0) return KELVO_ERR_MSG_CONTENT;
+        const std::uint64_t path_room = (std::uint64_t{path_bytes} + 7) & ~7ULL;
+        if (left < path_room) return KELVO_ERR_MSG_LENGTH;
+        auto* const text = reinterpret_cast<char*>(at);
+        at += path_room;
+        left -= path_room;
+        if (!pass(at, left, value_bytes)) return KELVO_ERR_MSG_LENGTH;
+        if (left != ((std::uint64_t{value_bytes} + 7) & ~7ULL)) return KELVO_ERR_MSG_LENGTH;
+        if (value_bytes != 0) swap_value(found_type, at);
+        *path = text;
+        *type = found_type;
+        *value = at;
+        *value_length = value_bytes;
+        *argument = found_argument;
+        return 0;
+    }
+    decltype(&receive) by_hand = &receive;
+    kelvo_status status = 0;
     void run() {
         std::memcpy(buffer, sent.bytes, sizeof buffer);
-        refused = !called(*this, kBytes);
+        status = by_hand(buffer, kBytes, &path, &type, &value, &value_length, &argument);
     }
+    [[nodiscard]] bool right() const { return status == 0 && Receiver::right(); }
 };
 
 struct FlatReceive {
@@ -492,7 +603,7 @@ struct ProtoReceive {
 
 const Row kReceiveRow({"item_receive", "item set: receive, all fields", 1, {0.70, 1.25}},
                       {library<Receive>(), floor<CopyAndCheck>("memcpy and ntohl with checks"),
-                       shown<CalledCheck>("the floor in a function"),
+                       shown<ReceiveByHand>("the function by hand"),
                        other<FlatReceive>("FlatBuffers"), other<PackedReceive>("Cap'n Proto"),
                        other<ProtoReceive>("protobuf")});
 
