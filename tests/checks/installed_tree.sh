@@ -9,9 +9,11 @@ rm -rf "$scratch"
 mkdir -p "$scratch"
 cmake --install "$build" --prefix "$scratch/prefix" >"$scratch/install.log"
 test -s "$scratch/prefix/share/kelvo/platform.conf.sample"
-"$scratch/prefix/bin/kelvo" graph >"$scratch/resolver.dot" # finds its libraries by itself
-test -s "$scratch/prefix/share/man/man1/kelvo.1"
-test -s "$scratch/prefix/share/bash-completion/completions/kelvo"
+if grep -q '^KELVO_BUILD_TOOLS:BOOL=ON' "$build/CMakeCache.txt"; then
+  "$scratch/prefix/bin/kelvo" graph >"$scratch/resolver.dot" # finds its libraries by itself
+  test -s "$scratch/prefix/share/man/man1/kelvo.1"
+  test -s "$scratch/prefix/share/bash-completion/completions/kelvo"
+fi
 libdir=$(dirname "$(find "$scratch/prefix" -name libkelvoutils.so)")
 
 cmake -S "$consumer" -B "$scratch/cmake" -DCMAKE_PREFIX_PATH="$scratch/prefix" >"$scratch/cmake.log"

@@ -46,7 +46,7 @@ std::string as_number(const Description& description, std::uint32_t word, Format
 }
 
 std::string quoted(std::string text) {
-    if (text.size() > kMostShown) text = text.substr(0, kMostShown) + "...";
+    if (text.size() > kMostShown) text.replace(kMostShown, std::string::npos, "...");
     return "\"" + printable(text) + "\"";
 }
 

@@ -10,7 +10,7 @@
 namespace kelvo::tool {
 namespace {
 
-std::string quoted(const std::string& text) {
+std::string in_quotes(const std::string& text) {
     return "'" + printable(text) + "'";
 }
 
@@ -72,8 +72,8 @@ class Explainer {
         const std::string number =
             told_.path.substr(begin, end == std::string::npos ? end : end - begin);
         if (end != std::string::npos) told_.path.erase(0, end + 1);
-        say("the remote form asks for " + quoted(told_.path) + " on the logical router " +
-            quoted(number));
+        say("the remote form asks for " + in_quotes(told_.path) + " on the logical router " +
+            in_quotes(number));
         if (const kelvo_status status = resolve()) return status;
         if (is_systemwide_) return 0;
         return refuse(KELVO_ERR_BAD_PATH,
@@ -87,13 +87,13 @@ class Explainer {
         const Walk& walk = told_.walk;
         switch (walk.stop) {
             case Stop::wildcard:
-                say(quoted(component()) +
+                say(in_quotes(component()) +
                     " is a regular expression where one name is expected: it stands for several, "
                     "so the result is " +
                     name_of_result(walk.result));
                 return;
             case Stop::regexp:
-                say(quoted(component()) +
+                say(in_quotes(component()) +
                     " is a regular expression, which ends the walk of a management client that "
                     "may use them");
                 return;
@@ -112,7 +112,7 @@ class Explainer {
             say("the path stops above the level that decides its owner; " +
                 (walk.takes_any ? "any component" : names) + " may follow");
         } else if (walk.result == KELVO_NR_DFA_INVALID && walk.at < walk.components.size()) {
-            say(quoted(component()) + " is not " + names +
+            say(in_quotes(component()) + " is not " + names +
                 (walk.expected.size() == 1 ? ", the only name" : ", the names") +
                 " that may stand here" + suggestion(component(), walk.expected));
         } else if (walk.result == KELVO_NR_DFA_INVALID) {
@@ -207,13 +207,13 @@ class Explainer {
 
     kelvo_status answer_node() {
         if (client_.has(KELVO_NR_OPT_SERVER)) return answer_for_server();
-        return answer_found(quoted(component()) + " names node ");
+        return answer_found(in_quotes(component()) + " names node ");
     }
 
     kelvo_status answer_interface() {
         if (is_out_of_reach()) return KELVO_ERR_NO_OWNER;
         if (client_.has(KELVO_NR_OPT_SERVER)) return answer_for_server();
-        return answer_found("the interface database finds " + quoted(component()) + " on node ");
+        return answer_found("the interface database finds " + in_quotes(component()) + " on node ");
     }
 
     kelvo_status answer_for_server() {
@@ -225,11 +225,11 @@ class Explainer {
     kelvo_status answer_found(const std::string& what) {
         if (outcome_.status == KELVO_ERR_NO_OWNER) {
             return refuse(KELVO_ERR_NO_OWNER,
-                          quoted(component()) + " names nothing that the platform knows");
+                          in_quotes(component()) + " names nothing that the platform knows");
         }
         if (outcome_.status == KELVO_ERR_REMOTE_LOCAL_BIND) {
             return refuse(KELVO_ERR_REMOTE_LOCAL_BIND,
-                          quoted(component()) + " is not on this node, " +
+                          in_quotes(component()) + " is not on this node, " +
                               text_of_node(facts_.node_id) +
                               ", and this process may bind to no other node's local server on a "
                               "system of several nodes (a management client may: --management)");

@@ -121,7 +121,9 @@ class HexReader {
             if (character == ' ' || character == '\t' || character == '\r') continue;
             const int value = digit(character);
             if (value < 0) {
-                return refuse(std::string("'") + character + "' is no hexadecimal digit");
+                std::string why = "'?' is no hexadecimal digit";
+                why[1] = character;
+                return refuse(why);
             }
             if (high < 0) {
                 high = value;
