@@ -116,17 +116,18 @@ TEST_F(Gathering, APieceOfAnyLengthIsCopiedAndNothingAroundIt) {
 }
 
 TEST_F(Gathering, NoSlotsGiveABufferOfTheSizeAskedFor) {
+    const kelvo_slot unreadable = {nullptr, 1};
     for (const int32_t count : {0, -1, INT32_MIN}) {
         uint8_t* out = nullptr;
         const FailingMemory memory;
-        ASSERT_EQ(kelvo_common_msg_iovs_to_buffer_v2(kList, count, 16, 0, 0, 0, &out), 0U);
+        ASSERT_EQ(kelvo_common_msg_iovs_to_buffer_v2(&unreadable, count, 16, 0, 0, 0, &out), 0U);
         EXPECT_NE(out, nullptr);
         EXPECT_EQ(memory.allocations(), 1U);
         EXPECT_EQ(memory.bytes(), 16U);
         free(out);
         // The other variants count in unsigned numbers; what is too large for a signed one is none.
-        ASSERT_EQ(kelvo_common_msg_iovs_to_buffer(kList, static_cast<uint32_t>(count), 16, &out),
-                  0U);
+        const auto unsigned_count = static_cast<uint32_t>(count);
+        ASSERT_EQ(kelvo_common_msg_iovs_to_buffer(&unreadable, unsigned_count, 16, &out), 0U);
         free(out);
     }
 }
