@@ -86,13 +86,14 @@ def measure_startup(build):
     library = build / "common/libkelvoutils.so"
     relocations = subprocess.run(["readelf", "--relocs", "--wide", library], check=True, capture_output=True, text=True).stdout
     kinds = [line.split()[2] for line in relocations.splitlines() if re.match(r"[0-9a-f]{8,} ", line)]
+    symbols = subprocess.run(["readelf", "--dyn-syms", "--wide", library], check=True, capture_output=True, text=True).stdout
     segments = subprocess.run(["size", "-A", "-d", library], check=True, capture_output=True, text=True).stdout
     sizes = {cells[0]: int(cells[1]) for cells in map(str.split, segments.splitlines()) if len(cells) == 3 and cells[1].isdigit()}
     dynamic = subprocess.run(["readelf", "--dynamic", "--wide", library], check=True, capture_output=True, text=True).stdout
     os.sync()  # pages of a file that was just linked count as changed until they are written
     loaded = json.loads(subprocess.run([build / "bench/kelvo_loaded"], check=True, capture_output=True, text=True).stdout)
     return {"relocations": len(kinds), "relative_relocations": sum(kind.endswith("RELATIVE") for kind in kinds),
-            "called_functions": sum(kind.endswith("JUMP_SLOT") for kind in kinds),
+            "called_functions": len(re.findall(r" FUNC +\w+ +DEFAULT +UND ", symbols)),
             "indirect_functions": sum("IRELATIV" in kind for kind in kinds),
             "constructors": len(re.findall(r"\((?:INIT|INIT_ARRAY)\)", dynamic)),
             "loaded_bytes": sum(size for name, size in sizes.items() if not name.startswith((".debug", ".comment", ".stapsdt", ".note.stapsdt"))),

@@ -45,6 +45,8 @@ endif()
 # They are hardened, whoever builds them; tests/checks/hardening.py looks at the outcome.
 target_compile_options(kelvo_shared_object INTERFACE -fstack-protector-strong -fstack-clash-protection)
 target_link_options(kelvo_shared_object INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
+# All functions are bound when the object is loaded, so calls need not go through the linkage table.
+target_compile_options(kelvo_shared_object INTERFACE -fno-plt)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|amd64|AMD64")
   target_compile_options(kelvo_shared_object INTERFACE -fcf-protection=full)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")

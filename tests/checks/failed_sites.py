@@ -49,7 +49,7 @@ def calls(library, names):
         if pending:
             yield int(match[1], 16), *pending
             pending = None
-        target = re.search(r"<(\w+)@plt>", match[3])
+        target = re.search(r"<(\w+)@", match[3])  # through the linkage table or past it
         if match[2] in ("call", "callq", "jmp", "jmpq") and target and target[1] in names:
             pending = target[1], caller, match[2].startswith("jmp")
 

@@ -22,8 +22,8 @@ def own_calls(library):
     """The functions of the library that it calls through the dynamic linker."""
     symbols = readelf("--dyn-syms", library)
     own = set(re.findall(r" FUNC +GLOBAL +DEFAULT +\d+ (\w+)@", symbols))
-    called = set(re.findall(r"_JUMP_SLO\w* +\w+ +(\w+)", readelf("-r", library)))
-    return own & called
+    bound = set(re.findall(r"_(?:JUMP_SLO|GLOB_DAT)\w* +\w+ +(\w+)", readelf("-r", library)))
+    return own & bound
 
 
 def main():
