@@ -71,9 +71,10 @@ inline void copy_short_piece(u8* to, const u8* from, std::size_t bytes) noexcept
     to[bytes - 1] = from[bytes - 1];
 }
 
-/// Copies a piece of a message. Most pieces are short, and cost less than a call would; every cell
-/// and most numbers are of 8 bytes.
-inline void copy_piece(u8* to, const void* piece, std::size_t bytes) noexcept {
+/// Copies a piece of a message or a path. Most pieces are short, and cost less than a call would;
+/// every cell and most numbers are of 8 bytes.
+inline void copy_piece(void* place, const void* piece, std::size_t bytes) noexcept {
+    auto* const to = static_cast<u8*>(place);
     const auto* const from = static_cast<const u8*>(piece);
     if (bytes == 8) return store64(to, load64(from));
     if (bytes < 8) return copy_short_piece(to, from, bytes);
@@ -85,6 +86,29 @@ inline void copy_piece(u8* to, const void* piece, std::size_t bytes) noexcept {
         return;
     }
     std::memcpy(to, from, bytes);
+}
+
+/// Whether two pieces are the same, a word at a time; the last word may begin within the one
+/// before.
+[[nodiscard]] inline bool same_piece(const void* piece, const void* other,
+                                     std::size_t bytes) noexcept {
+    const auto* const a = static_cast<const u8*>(piece);
+    const auto* const b = static_cast<const u8*>(other);
+    if (bytes >= 8) {
+        const std::size_t last = bytes - 8;
+        for (std::size_t at = 0; at < last; at += 8) {
+            if (load64(a + at) != load64(b + at)) return false;
+        }
+        return load64(a + last) == load64(b + last);
+    }
+    if (bytes >= 4) {
+        const std::size_t last = bytes - 4;
+        return load32(a) == load32(b) && load32(a + last) == load32(b + last);
+    }
+    for (std::size_t at = 0; at < bytes; ++at) {
+        if (a[at] != b[at]) return false;
+    }
+    return true;
 }
 
 /// Two conversions, which are the same on most hosts and never mean the same: "network" converts
@@ -106,6 +130,11 @@ inline constexpr bool kHostIsNetwork = std::endian::native == std::endian::big;
 
 [[nodiscard]] constexpr u32 network32(u32 word) noexcept {
     return kHostIsNetwork ? word : reversed32(word);
+}
+
+/// The bytes at `at` as one number, the first of them lowest.
+[[nodiscard]] inline u64 little64(const void* at) noexcept {
+    return kHostIsNetwork ? reversed64(load64(at)) : load64(at);
 }
 
 /// Converts the word at `at` between host and network order.

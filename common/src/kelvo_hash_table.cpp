@@ -8,6 +8,7 @@
 
 #include "kelvo_bytes.h"
 #include "kelvo_process.h"
+#include "kelvo_remainder.h"
 #include "kelvo_report.h"
 #include "kelvo_text.h"
 
@@ -18,18 +19,27 @@ using Table = kelvo_util_hash_tbl;
 
 namespace {
 
-u32 hash_of(const char* key) {
+[[gnu::always_inline]] inline u32 hash_of(const char* key) {
+    const char* const end = key + std::strlen(key);
     u32 hash = 0;
-    while (key[0] != '\0' && key[1] != '\0' && key[2] != '\0' && key[3] != '\0') {
+    for (; end - key >= 8; key += 8) hash = hash_eight(hash, key);
+    if (end - key >= 4) {
         hash = hash_four(hash, key);
         key += 4;
     }
-    for (; *key != '\0'; ++key) hash = hash_step(hash, *key);
+    for (; key != end; ++key) hash = hash_step(hash, *key);
     return hash + (hash >> 5);
 }
 
+/// A table as it is made: behind what callers read lies what finds a bucket without a division.
+struct Made {
+    Table table;
+    u64 reciprocal;
+};
+
 Entry* bucket_of(const Table* table, u32 hash) {
-    return &table->buckets[hash % table->count];
+    const u64 reciprocal = reinterpret_cast<const Made*>(table)->reciprocal;
+    return &table->buckets[remainder(hash, table->count, reciprocal)];
 }
 
 /// Fills an entry. On failure it is left as it is.
@@ -45,15 +55,15 @@ Entry* bucket_of(const Table* table, u32 hash) {
 
 kelvo_status kelvo_util_hash_tbl_init(uint32_t count, kelvo_util_hash_tbl** out) {
     if (out == nullptr || count == 0) return refuse_null();
-    auto* const table = static_cast<Table*>(std::malloc(sizeof(Table)));
-    if (table == nullptr) return KELVO_ERR_NO_MEMORY;
+    auto* const made = static_cast<Made*>(std::malloc(sizeof(Made)));
+    if (made == nullptr) return KELVO_ERR_NO_MEMORY;
     auto* const buckets = static_cast<Entry*>(std::calloc(count, sizeof(Entry)));
     if (buckets == nullptr) {
-        std::free(table);
+        std::free(made);
         return KELVO_ERR_NO_MEMORY;
     }
-    *table = {count, buckets};
-    *out = table;
+    *made = {{count, buckets}, reciprocal_of(count)};
+    *out = &made->table;
     return 0;
 }
 

@@ -254,7 +254,7 @@ TEST_F(HashTable, TheSizeOfAHugeTableDoesNotWrap) {
     kelvo_util_hash_tbl* out = nullptr;
     const FailingMemory fail(1);
     EXPECT_EQ(kelvo_util_hash_tbl_init(0xffffffff, &out), KELVO_ERR_NO_MEMORY);
-    EXPECT_EQ(FailingMemory::bytes(), 16 + 0xffffffff * std::size_t{24});
+    EXPECT_EQ(FailingMemory::bytes(), 16 + 8 + 0xffffffff * std::size_t{24});
 }
 
 TEST_F(HashTable, InsertWithoutMemoryChangesNothing) {
