@@ -95,10 +95,29 @@ void write_expression(char* out, const char* component) {
 
 /// Longer components than this are the engine's, which then counts its steps.
 constexpr std::size_t kMostPlainChars = 128;
-/// Where an element keeps what its wildcard() is: above the flags that its pattern was compiled
-/// with.
-constexpr int kWildcardShift = 16;
-constexpr std::size_t kWildcardChars = sizeof ".*" - 1;
+
+/// What a component of ordinary characters with one ".*" among them says: how it begins and how it
+/// ends. A pattern's element keeps both lengths above the flags that it was compiled with.
+struct Wildcard {
+    static constexpr std::size_t kChars = sizeof ".*" - 1;
+    static constexpr int kBeforeShift = 16;  // kept one larger, so that 0 is for other components
+    static constexpr int kAfterShift = 24;
+    static_assert(kMostPlainChars <= 1 << 7, "neither reaches the sign");
+
+    std::size_t before;
+    std::size_t after;
+
+    [[nodiscard]] int flags() const {
+        return static_cast<int>(before + 1) << kBeforeShift | static_cast<int>(after)
+                                                                  << kAfterShift;
+    }
+    [[nodiscard]] static bool is_in(int flags) { return flags >> kBeforeShift != 0; }
+    [[nodiscard]] static Wildcard of(int flags) {
+        return {static_cast<std::size_t>((flags >> kBeforeShift & 0xFF) - 1),
+                static_cast<std::size_t>(flags >> kAfterShift)};
+    }
+    [[nodiscard]] std::size_t text_chars() const { return before + kChars + after; }
+};
 
 constexpr bool is_ordinary(char c) {
     const char lower = static_cast<char>(c | 0x20);
@@ -106,20 +125,29 @@ constexpr bool is_ordinary(char c) {
            c == '%' || c == '=' || c == '/';
 }
 
-/// Where the one ".*" stands in a component whose other characters stand for themselves, counted
-/// from 1; 0 for any other component. The engine has nothing to add to what the two ends of such a
+/// The flags for a component in which one ".*" stands among characters that stand for themselves;
+/// 0 for any other component. The engine has nothing to add to what the two ends of such a
 /// component say.
-int find_wildcard(const char* component, std::size_t chars) {
+int wildcard_flags(const char* component, std::size_t chars) {
     if (chars > kMostPlainChars || !regex_has_default_syntax()) return 0;
-    int found = 0;
+    int flags = 0;
     for (std::size_t at = 0; at < chars; ++at) {
-        if (found == 0 && component[at] == '.' && component[at + 1] == '*') {
-            found = static_cast<int>(++at);
+        if (flags == 0 && component[at] == '.' && component[at + 1] == '*') {
+            flags = Wildcard{at, chars - at - Wildcard::kChars}.flags();
+            ++at;
         } else if (!is_ordinary(component[at])) {
             return 0;
         }
     }
-    return found;
+    return flags;
+}
+
+/// Where an element that holds no pattern keeps the characters of its text.
+std::size_t& literal_chars(kelvo_path_pattern& element) {
+    return element.compiled.groups;
+}
+std::size_t literal_chars(const kelvo_path_pattern& element) {
+    return element.compiled.groups;
 }
 
 /// Fills a cleared element with the component at the start of `path`.
@@ -128,14 +156,17 @@ kelvo_status fill(kelvo_path_pattern* element, const char* path, bool dot_is_spe
     const std::size_t chars = component_chars(path);
     element->text = copy_text(path, chars);
     if (element->text == nullptr) return KELVO_ERR_NO_MEMORY;
-    if (!holds_syntax(element->text, dot_is_special)) return 0;
+    if (!holds_syntax(element->text, dot_is_special)) {
+        literal_chars(*element) = chars;
+        return 0;
+    }
 
     char* const expression = scratch.room(chars + kExpressionExtra);
     if (expression == nullptr) return KELVO_ERR_NO_MEMORY;
     write_expression(expression, element->text);
     if (kelvo_regcomp(&element->compiled, expression, kFlags) != 0) return KELVO_ERR_BAD_REGEXP;
     element->is_regexp = 1;
-    element->compiled.flags |= find_wildcard(element->text, chars) << kWildcardShift;
+    element->compiled.flags |= wildcard_flags(element->text, chars);
     return 0;
 }
 
@@ -153,64 +184,58 @@ kelvo_status fill_all(kelvo_path_pattern* element, const char* path, bool dot_is
     }
 }
 
-/// Matching goes through a path byte by byte: it has just been written, and components are short.
 /// @return what follows the component that the path begins with, or null when it does not match
-const char* match_literal(const char* path, const char* text) {
-    for (; *text != '\0'; ++path, ++text) {
-        if (*path != *text) return nullptr;
-    }
-    return path[-1] == '/' || *path == '\0' ? path : nullptr;
+const char* match_literal(const char* path, const char* end, const kelvo_path_pattern& element) {
+    const std::size_t chars = literal_chars(element);
+    if (static_cast<std::size_t>(end - path) < chars) return nullptr;
+    if (!same_piece(path, element.text, chars)) return nullptr;
+    path += chars;
+    return path[-1] == '/' || path == end ? path : nullptr;
 }
 
-std::size_t path_component_chars(const char* path) {
-    std::size_t chars = 0;
-    while (path[chars] != '\0' && path[chars] != '/') ++chars;
-    return path[chars] == '/' ? chars + 1 : chars;
-}
-
-bool has_ends(const char* component, std::size_t chars, const char* text, std::size_t before) {
-    const std::size_t after = std::strlen(text + before + kWildcardChars);
-    if (before + after > chars) return false;
-    for (std::size_t i = 0; i < before; ++i) {
-        if (component[i] != text[i]) return false;
-    }
-    component += chars - after;
-    text += before + kWildcardChars;
-    for (std::size_t i = 0; i < after; ++i) {
-        if (component[i] != text[i]) return false;
-    }
-    return true;
+/// Characters of the component that a path begins with, the "/" that ends it included.
+std::size_t path_component_chars(const char* path, const char* end) {
+    const auto* const slash =
+        static_cast<const char*>(std::memchr(path, '/', static_cast<std::size_t>(end - path)));
+    return static_cast<std::size_t>(slash == nullptr ? end - path : slash + 1 - path);
 }
 
 /// The engine also matches a line of a text, so a text of several lines is left to it.
 bool is_one_line(const char* component, std::size_t chars) {
-    for (std::size_t i = 0; i < chars; ++i) {
-        if (component[i] == '\n') return false;
-    }
-    return true;
+    return std::memchr(component, '\n', chars) == nullptr;
 }
 
-bool matches_regexp(const char* component, std::size_t chars, const kelvo_path_pattern& element) {
-    if (component[chars - 1] == '/' && !ends_in_slash(element.text)) return false;
-    const int wildcard = element.compiled.flags >> kWildcardShift;
-    if (wildcard != 0 && chars <= kMostPlainChars && is_one_line(component, chars)) {
-        return has_ends(component, chars, element.text, static_cast<std::size_t>(wildcard - 1));
+bool has_ends(const char* path, std::size_t chars, const char* text, const Wildcard& wildcard) {
+    const auto [before, after] = wildcard;
+    if (before + after > chars) return false;
+    return same_piece(path, text, before) &&
+           same_piece(path + chars - after, text + before + Wildcard::kChars, after);
+}
+
+bool matches_regexp(const char* path, std::size_t chars, const kelvo_path_pattern& element) {
+    const int flags = element.compiled.flags;
+    if (Wildcard::is_in(flags) && chars <= kMostPlainChars && is_one_line(path, chars)) {
+        const Wildcard wildcard = Wildcard::of(flags);
+        const bool ends_in_slash = element.text[wildcard.text_chars() - 1] == '/';
+        if (path[chars - 1] == '/' && !ends_in_slash) return false;
+        return has_ends(path, chars, element.text, wildcard);
     }
-    return regex_matches(element.compiled, component, chars);
+    if (path[chars - 1] == '/' && !ends_in_slash(element.text)) return false;
+    return regex_matches(element.compiled, path, chars);
 }
 
 /// Matches until the path or the pattern ends.
-bool path_matches(const char* path, const kelvo_path_pattern* element) {
+bool path_matches(const char* path, const char* end, const kelvo_path_pattern* element) {
     for (;; ++element) {
         if (element->is_regexp == 0) {
-            path = match_literal(path, element->text);
+            path = match_literal(path, end, *element);
             if (path == nullptr) return false;
         } else {
-            const std::size_t chars = path_component_chars(path);
+            const std::size_t chars = path_component_chars(path, end);
             if (!matches_regexp(path, chars, *element)) return false;
             path += chars;
         }
-        if (*path == '\0' || element->is_last != 0) return true;
+        if (path == end || element->is_last != 0) return true;
     }
 }
 
@@ -240,9 +265,10 @@ kelvo_status kelvo_util_path_regcomp(const char* path, kelvo_path_pattern** out,
 kelvo_status kelvo_util_path_regexec(const char* path, const kelvo_path_pattern* pattern,
                                      uint32_t* matches) {
     if (any_null(path, pattern, matches) || *path == '\0') return refuse_null();
-    char* const copy = copy_text(path);
+    const std::size_t chars = std::strlen(path);
+    char* const copy = copy_text(path, chars);
     if (copy == nullptr) return KELVO_ERR_NO_MEMORY;
-    *matches = path_matches(copy, pattern);
+    *matches = path_matches(copy, copy + chars, pattern);
     std::free(copy);
     return 0;
 }
