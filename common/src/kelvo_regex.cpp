@@ -81,13 +81,15 @@ bool engine_is_ready() {
     return answer;
 }
 
-/// The limits for a match, or null when not even one run may be tried.
+/// The limits for a match, or null when not even one run may be tried: the most choices whose runs
+/// together are no more than the most work.
 OnigMatchParam* limits_for(const RegexCost& cost, std::size_t characters) {
     const double steps = cost.steps(static_cast<double>(characters));
     if (steps > kMostSteps) return nullptr;
     const double one = std::max(static_cast<double>(characters) + 1, steps / kStepsInOne);
-    const auto width = static_cast<int>(std::bit_width(static_cast<u32>(kMostWork / one)));
-    return limits[std::clamp(width, 1, kLimits) - 1];
+    int limit = kLimits - 1;
+    for (double choices = 1 << limit; limit > 0 && one * choices > kMostWork; choices /= 2) --limit;
+    return limits[limit];
 }
 
 bool was_limited(int result) {

@@ -176,8 +176,11 @@ u8 rounded(double number) {
     return stored;
 }
 
+/// The power of two that is stored as its exponent plus one, 0 for none.
 double power(u8 stored) {
-    return stored == 0 ? 0 : static_cast<double>(u64{1} << (stored - 1));
+    constexpr u64 kExponentOfOne = 1023;
+    constexpr int kExponentBit = 52;
+    return stored == 0 ? 0 : std::bit_cast<double>((kExponentOfOne + stored - 1) << kExponentBit);
 }
 
 class Guard {
