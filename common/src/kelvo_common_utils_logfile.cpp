@@ -76,6 +76,11 @@ class Prefix {
     void add(const char* text) {
         while (*text != '\0' && chars() < KELVO_LOGFILE_PREFIX_CHARS) *at_++ = *text++;
     }
+    /// A number below a hundred, as a calendar and a clock have them.
+    void add_two_digits(int number) {
+        add(static_cast<char>('0' + number / 10));
+        add(static_cast<char>('0' + number % 10));
+    }
     /// A number of at least so many digits.
     void add(i64 number, int digits) {
         char text[20];  // the least number has 19 digits
@@ -105,15 +110,15 @@ pid_t thread_id() {
 /// "MM/DD hh:mm:ss.mmm job:thread tag:". @return its characters
 int write_prefix(char* line, const timeval& now, const tm& local, const char* tag) {
     Prefix prefix(line);
-    prefix.add(local.tm_mon + 1, 2);
+    prefix.add_two_digits(local.tm_mon + 1);
     prefix.add('/');
-    prefix.add(local.tm_mday, 2);
+    prefix.add_two_digits(local.tm_mday);
     prefix.add(' ');
-    prefix.add(local.tm_hour, 2);
+    prefix.add_two_digits(local.tm_hour);
     prefix.add(':');
-    prefix.add(local.tm_min, 2);
+    prefix.add_two_digits(local.tm_min);
     prefix.add(':');
-    prefix.add(local.tm_sec, 2);
+    prefix.add_two_digits(local.tm_sec);
     prefix.add('.');
     prefix.add(now.tv_usec / 1000, 3);
     prefix.add(' ');

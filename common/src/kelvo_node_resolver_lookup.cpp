@@ -29,8 +29,8 @@ class JoinedPath {
         const std::size_t chars = prefix_chars + path_chars;
         if (chars + 2 > sizeof stack_) text_ = static_cast<char*>(std::malloc(chars + 2));
         if (text_ == nullptr) return;
-        std::memcpy(text_, prefix, prefix_chars);
-        std::memcpy(text_ + prefix_chars, path, path_chars);
+        copy_piece(text_, prefix, prefix_chars);
+        copy_piece(text_ + prefix_chars, path, path_chars);
         char* end = text_ + chars;
         if (chars == 0 || end[-1] != '/') *end++ = '/';
         *end = '\0';
