@@ -93,6 +93,17 @@ class Copy {
     std::uint32_t size_ = 0;
 };
 
+/// Copies behind a function, which a value reaches through memory: as a library has to do it.
+class CopiesCalled {
+  public:
+    [[gnu::noinline]] std::uint32_t insert(const Value& value) { return slots_.insert(value); }
+    [[gnu::noinline]] void erase(std::uint32_t index) { slots_.erase(index); }
+    [[nodiscard]] const void* find(std::uint32_t index) const { return slots_.find(index); }
+
+  private:
+    Slots<Copy> slots_;
+};
+
 class Inline {
   public:
     Inline() = default;
@@ -158,7 +169,8 @@ const Row kInsertRow({"vector_insert", "vector: fill and take down", kCount, {1.
 const Row kChurnRow(
     {"vector_churn", "vector: delete a value and insert another", kCount, {1.15, 3.4}},
     {library<Churn<Vector>>(), floor<Churn<Slots<Inline>>>("std::vector of values"),
-     other<Churn<Slots<Copy>>>("std::vector of copies")});
+     other<Churn<Slots<Copy>>>("std::vector of copies"),
+     shown<Churn<CopiesCalled>>("std::vector of copies, in a function")});
 const Growth kInsertGrowth("vector_insert", "vector: fill with so many and take down", "values",
                            &time_growth<Insert<Vector>>);
 const Growth kChurnAmong("vector_churn", "vector: delete and insert 1,000 among so many", "values",
