@@ -125,6 +125,21 @@ TEST_F(HashTable, HashesLongKeysExactly) {
     }
 }
 
+TEST_F(HashTable, HashesKeysOfEveryLengthExactly) {
+    for (const char byte : {'\x01', 'a', '\x7f', '\x80', '\xff'}) {
+        for (std::size_t length = 0; length <= 40; ++length) {
+            std::string key(length, byte);
+            for (std::size_t i = 0; i < length; i += 3) key[i] = static_cast<char>(i + 1);
+            init(1);
+            EXPECT_EQ(insert(key), 0U);
+            EXPECT_EQ(table->buckets[0].hash, expected_hash(key)) << length;
+            EXPECT_EQ(lookup(key), 0U);
+            take_apart(table);
+            table = nullptr;
+        }
+    }
+}
+
 TEST_F(HashTable, KeepsAPrivateCopyOfEachKey) {
     init(3);
     std::string key = "name";
