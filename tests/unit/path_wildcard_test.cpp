@@ -129,6 +129,43 @@ TEST(PathWildcard, EveryLengthUpToWhereTheEngineCountsItsSteps) {
     }
 }
 
+/// Letters that differ from their neighbours, eight or four places away too.
+std::string letters(std::size_t count) {
+    std::string text(count, 'a');
+    for (std::size_t at = 0; at < count; ++at) text[at] = static_cast<char>('a' + at % 23);
+    return text;
+}
+
+void expect_every_character_to_count(const Wildcard& pattern, const std::string& name,
+                                     std::size_t from, std::size_t to) {
+    EXPECT_TRUE(pattern.library_matches(name)) << name;
+    for (std::size_t at = from; at < to; ++at) {
+        std::string other = name;
+        other[at] = 'z';
+        EXPECT_FALSE(pattern.library_matches(other)) << name << " and " << other;
+    }
+}
+
+TEST(PathWildcard, EveryCharacterOfTheEndsCounts) {
+    for (std::size_t chars = 1; chars <= 60; ++chars) {
+        const std::string end = letters(chars);
+        expect_every_character_to_count(Wildcard(end + ".*"), end + "mm", 0, chars);
+        expect_every_character_to_count(Wildcard(".*" + end), "mm" + end, 2, 2 + chars);
+    }
+}
+
+TEST(PathWildcard, EveryCharacterOfAPlainComponentCounts) {
+    for (std::size_t chars = 1; chars <= 60; ++chars) {
+        const std::string name = letters(chars);
+        const Wildcard plain(name);
+        expect_every_character_to_count(plain, name, 0, chars);
+        EXPECT_FALSE(plain.library_matches(name + "m"));
+        if (chars > 1) {
+            EXPECT_FALSE(plain.library_matches(name.substr(0, chars - 1)));
+        }
+    }
+}
+
 // The engine stacks a choice for each character, up to a bound.
 TEST(PathWildcard, ALongComponentIsGivenUpWhereTheEngineGivesUp) {
     const Wildcard pattern("x.*");
