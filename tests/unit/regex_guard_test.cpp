@@ -560,6 +560,21 @@ TEST(RegexGuard, ALongerTextMayGiveUpFewerChoices) {
     }
 }
 
+// However short the text, no more than 32768: those of 13 to the fourth power, not of 14.
+TEST(RegexGuard, NoMatchGivesUpMoreChoicesThanTheHighestLimit) {
+    const auto is_too_much = [](std::size_t choices) {
+        platform().reset();
+        const std::string group = "(?:a" + repeated("|a", choices - 1) + ")";
+        const Compiled compiled("\\A" + repeated(group, 4) + "c(?!\n)");
+        kelvo_cmn_debug_flags[KELVO_DEBUG_NODE_RESOLVER].enabled = 1;
+        EXPECT_EQ(compiled.match("aaaac\n"), kNoMatch);
+        kelvo_cmn_debug_flags[KELVO_DEBUG_NODE_RESOLVER].enabled = 0;
+        return !platform().debug_lines.empty();
+    };
+    EXPECT_FALSE(is_too_much(13));
+    EXPECT_TRUE(is_too_much(14));
+}
+
 /// The value of one of the engine's settings, which are the process's.
 template <class Number>
 Number setting(const char* name) {
