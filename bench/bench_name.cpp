@@ -24,12 +24,12 @@ struct Name {
 /// Names of interfaces, groups, files and rules.
 const Name kNames[] = {
     {"downstream_port0/0/0/1.100", "downstream_port0%2f0%2f0%2f1%2e100"},
-    {"Bundle-Ether12", "Bundle-Ether12"},
+    {"aggregate-port12", "aggregate-port12"},
     {"customer (north) 7", "customer %28north%29 7"},
     {"policy<gold>", "policy%3cgold%3e"},
     {"10.0.0.0/8", "10%2e0%2e0%2e0%2f8"},
-    {"disk0:/usr/config.cfg", "disk0:%2fusr%2fconfig%2ecfg"},
-    {"route-policy PASS,ALL", "route-policy PASS%2cALL"},
+    {"archive:/usr/config.cfg", "archive:%2fusr%2fconfig%2ecfg"},
+    {"policy PASS,ALL", "policy PASS%2cALL"},
     {"vrf management", "vrf management"},
     {"acl_permit_any", "acl_permit_any"},
 };

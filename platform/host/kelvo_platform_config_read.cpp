@@ -247,7 +247,7 @@ bool Reader::read_places(Entry root) noexcept {
 
 bool Reader::read_boot_media(Entry list) noexcept {
     if (list == nullptr) return true;
-    if (!aggregate(list, CONFIG_TYPE_ARRAY, "an array of directories: [ \"/disk0/\" ]")) {
+    if (!aggregate(list, CONFIG_TYPE_ARRAY, "an array of directories: [ \"/boot/\" ]")) {
         return false;
     }
     if (!allocate(config_.boot_media, length_of(list))) return false;

@@ -153,7 +153,7 @@ constexpr Row kRows[] = {
     {"scripts_directory = 7;", ":1: scripts_directory: must be a text in double quotes"},
     {"scripts_directory = \"scripts\";",
      ":1: scripts_directory: 'scripts' must be an absolute path"},
-    {"boot_media = \"/a/\";", ":1: boot_media: must be an array of directories: [ \"/disk0/\" ]"},
+    {"boot_media = \"/a/\";", ":1: boot_media: must be an array of directories: [ \"/boot/\" ]"},
     {"boot_media = [ \"a/\" ];", ":1: boot_media[0]: 'a/' must be an absolute path"},
     {"boot_media = [ \"/a/\", \"/b\" ];", ":1: boot_media[1]: '/b' must end in '/'"},
     {"log = 7;", ":1: log: must be a group: {...}"},
