@@ -38,10 +38,10 @@ def services(header):
 
 def calls(library, names):
     """Yields (return address, function called, function it stands in, whether it is a tail call)."""
-    caller, pending = "", None
+    caller, pending, held = "", None, {}
     for line in output("objdump", "-d", "--no-show-raw-insn", library).splitlines():
         if match := re.match(r"[0-9a-f]+ <(.*)>:$", line):
-            caller, pending = match[1], None
+            caller, pending, held = match[1], None, {}
             continue
         match = re.match(r"\s*([0-9a-f]+):\s+(?:bnd )?(\w+)\s*(.*)", line)
         if not match:
@@ -49,9 +49,17 @@ def calls(library, names):
         if pending:
             yield int(match[1], 16), *pending
             pending = None
-        target = re.search(r"<(\w+)@", match[3])  # through the linkage table or past it
-        if match[2] in ("call", "callq", "jmp", "jmpq") and target and target[1] in names:
-            pending = target[1], caller, match[2].startswith("jmp")
+        # A register may hold the address of a function that is called several times.
+        if load := re.search(r"\(%rip\),(%\w+) .*<(\w+)@", match[3]):
+            held[load[1]] = load[2]
+        if match[2] not in ("call", "callq", "jmp", "jmpq"):
+            continue
+        if target := re.search(r"<(\w+)@", match[3]):  # through the linkage table or past it
+            called = target[1]
+        else:
+            called = held.get(match[3].strip().removeprefix("*"))
+        if called in names:
+            pending = called, caller, match[2].startswith("jmp")
 
 
 def places(library, addresses):
