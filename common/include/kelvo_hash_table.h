@@ -31,7 +31,10 @@ KELVO_ASSERT_OFFSET(kelvo_util_hash_entry, key, 8);
 KELVO_ASSERT_OFFSET(kelvo_util_hash_entry, hash, 16);
 KELVO_ASSERT_SIZE(kelvo_util_hash_entry, 24);
 
-/** A table. Its fields are there to be read. */
+/**
+ * A table. Its fields are there to be read. Only kelvo_util_hash_tbl_init() makes one: behind the
+ * fields there is more of it.
+ */
 typedef struct kelvo_util_hash_tbl {
     uint32_t count;                 /**< number of buckets */
     kelvo_util_hash_entry* buckets; /**< `count` of them */

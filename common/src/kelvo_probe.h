@@ -55,9 +55,14 @@ inline constexpr uint32_t kTypeInHeader = 0xFFFFFFFF;
 }
 #endif
 
-// Each is the last thing that its caller does, and yields what the caller is to return. Such a call
-// is a jump, for which nothing has to be kept: a caller that is not watched saves no registers for
-// the case that it were. Refusals are rare, so theirs asks by itself whether anybody watches.
+/// A path whose owner was asked for, and the answer.
+[[gnu::cold]] void tell_lookup(const char* prefix, const char* path, kelvo_status status,
+                               const kelvo_nr_answer& answer) noexcept;
+
+// What becomes of a message is told by the last thing that a walk or a compose function does, which
+// yields what the function is to return. Such a call is a jump, for which nothing has to be kept: a
+// function that is not watched saves no registers for the case that it were. Refusals are rare, so
+// theirs asks by itself whether anybody watches.
 
 /// A request that has no gather list, or could not be begun. @return `status`, as of all
 [[gnu::cold]] uint32_t tell_composed(uint32_t type, uint64_t length, uint32_t status) noexcept;
@@ -70,7 +75,5 @@ inline constexpr uint32_t kTypeInHeader = 0xFFFFFFFF;
                                          uint64_t length) noexcept;
 [[gnu::cold]] kelvo_status tell_refused(uint32_t type, const void* message, uint64_t length,
                                         uint64_t offset, kelvo_status status) noexcept;
-[[gnu::cold]] void tell_lookup(const char* prefix, const char* path, kelvo_status status,
-                               const kelvo_nr_answer& answer) noexcept;
 
 }  // namespace kelvo::probe
