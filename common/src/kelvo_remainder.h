@@ -19,7 +19,8 @@ namespace kelvo {
 /// less than 1 more, whatever the two numbers of 32 bits are.
 [[nodiscard]] constexpr u32 remainder(u32 number, u32 divisor, u64 reciprocal) noexcept {
     __extension__ using u128 = unsigned __int128;
-    return static_cast<u32>((u128{reciprocal * number} * divisor) >> 64);
+    const u64 fraction = reciprocal * number;
+    return static_cast<u32>((u128{fraction} * divisor) >> 64);
 }
 
 }  // namespace kelvo
