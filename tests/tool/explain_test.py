@@ -40,7 +40,7 @@ class Rules(kelvo.ToolTest):
         return record["because"], record["logged"]
 
     def test_account_for_every_answer(self):
-        paths = self.write("paths", "".join(path + "\n" for path in some_paths(400)))
+        paths = self.write("paths", "".join(path + "\n" for path in some_paths(800)))
         cards = ("route-processor", "line-card", "local-only")
         platforms = [self.write(card + single, SEVERAL_NODES % (card, single))
                      for card in cards for single in ("true", "false")]
